@@ -1,0 +1,19 @@
+#ifndef ZELUTIL_ZELCLOCK_H
+#define ZELUTIL_ZELCLOCK_H
+
+#include <ctime>
+
+// The one clock of the layer-2 side: every wait, deadline and age is measured with
+// ZelClock::Now(), so a test can step time instead of sleeping through it.
+class ZelClock {
+public:
+    using Source = time_t (*)();
+
+    // Whole seconds, as time() gives them.
+    static time_t Now();
+
+    // Replaces the source; nullptr restores the system clock.
+    static void SetSource(Source iSource);
+};
+
+#endif
