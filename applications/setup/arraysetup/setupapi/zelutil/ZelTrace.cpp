@@ -2,6 +2,8 @@
 
 // Plain narrow text: no UTF conversion layer is needed for the trace settings.
 #define SI_NO_CONVERSION
+// Debian's header keeps the template bodies behind this switch; instantiate them here.
+#define SI_IMPLEMENTATION
 #include <SimpleIni.h>
 #include <dirent.h>
 #include <sys/stat.h>
@@ -38,12 +40,15 @@ public:
         va_end(args);
     }
     void AppendV(const char* format, va_list args) {
-        if (m_pos + 1 >= m_size) return;
+        if (m_pos + 1 >= m_size)
+            return;
         int n = vsnprintf(m_buf + m_pos, m_size - m_pos, format, args);
-        if (n > 0) m_pos = std::min(m_size - 1, m_pos + static_cast<size_t>(n));
+        if (n > 0)
+            m_pos = std::min(m_size - 1, m_pos + static_cast<size_t>(n));
     }
     void AppendTime(const char* format) {
-        if (m_pos + 1 >= m_size) return;
+        if (m_pos + 1 >= m_size)
+            return;
         time_t now = time(nullptr);
         struct tm local {};
         localtime_r(&now, &local);
@@ -51,7 +56,8 @@ public:
     }
     // Keeps room for the closing newline even when the text filled the buffer.
     void EndLine() {
-        if (m_pos + 1 >= m_size) m_pos = m_size - 2;
+        if (m_pos + 1 >= m_size)
+            m_pos = m_size - 2;
         m_buf[m_pos++] = '\n';
         m_buf[m_pos] = '\0';
     }
@@ -73,7 +79,8 @@ ZelTraceT<T>::ZelTraceT(const char* subsystem, bool dbgPrintOnly, const char* co
       m_subsystem(subsystem ? subsystem : ""),
       m_configPath(configPath ? configPath : "") {
     m_subsystem_lc = m_subsystem;
-    for (char& c : m_subsystem_lc) c = static_cast<char>(tolower(static_cast<unsigned char>(c)));
+    for (char& c : m_subsystem_lc)
+        c = static_cast<char>(tolower(static_cast<unsigned char>(c)));
 }
 
 template <typename T>
@@ -124,8 +131,10 @@ void ZelTraceT<T>::Setup() {
 template <typename T>
 void ZelTraceT<T>::SwitchTraceType() {
     m_TraceType = m_NewTraceType;
-    if (!(m_TraceType & TraceDaemon)) CleanupTraceDaemon();
-    if (!(m_TraceType & TraceFile)) CleanupTraceFile();
+    if (!(m_TraceType & TraceDaemon))
+        CleanupTraceDaemon();
+    if (!(m_TraceType & TraceFile))
+        CleanupTraceFile();
     // Debug print needs no clean-up.
 }
 
@@ -134,11 +143,14 @@ void ZelTraceT<T>::OutputDebug(unsigned int level, const char* /*file*/, int lin
                                const char* function, const char* format, ...) {
     time_t now = ZelClock::Now();
     if (now - m_TimeCheck > kSettingsCheckSeconds) {
-        if (SettingsChanged() || !m_SetupSuccess) ReadConfigSettings();
-        if (TraceFileSizeExceeded()) RollTraceFile();
+        if (SettingsChanged() || !m_SetupSuccess)
+            ReadConfigSettings();
+        if (TraceFileSizeExceeded())
+            RollTraceFile();
         m_TimeCheck = now;
     }
-    if (level > m_level) return;
+    if (level > m_level)
+        return;
     va_list args;
     va_start(args, format);
     DebugPrint(level, function, line, format, args);
@@ -146,14 +158,14 @@ void ZelTraceT<T>::OutputDebug(unsigned int level, const char* /*file*/, int lin
 }
 
 template <typename T>
-void ZelTraceT<T>::OutputDebug(unsigned int level, const char* file, int line,
-                               const char* function, const std::string& text) {
+void ZelTraceT<T>::OutputDebug(unsigned int level, const char* file, int line, const char* function,
+                               const std::string& text) {
     OutputDebug(level, file, line, function, "%s", text.c_str());
 }
 
 template <typename T>
-void ZelTraceT<T>::OutputDebug(unsigned int level, const char* file, int line,
-                               const char* function, const std::wstring& text) {
+void ZelTraceT<T>::OutputDebug(unsigned int level, const char* file, int line, const char* function,
+                               const std::wstring& text) {
     OutputDebug(level, file, line, function, "%ls", text.c_str());
 }
 
@@ -162,7 +174,8 @@ void ZelTraceT<T>::DebugPrint(unsigned int level, const char* function, int line
                               const char* format, va_list args) {
     char buf[ZEL_TRACE_LINE_SIZE];
     LineBuilder out(buf, sizeof(buf));
-    if (m_flags & ZEL_DBG_FLAG_TRACE_TIMESTAMP) out.AppendTime("%d-%b-%y %H:%M:%S|");
+    if (m_flags & ZEL_DBG_FLAG_TRACE_TIMESTAMP)
+        out.AppendTime("%d-%b-%y %H:%M:%S|");
     if (m_flags & ZEL_DBG_FLAG_TRACE_COMP_PREFIX)
         out.Append("%s|%4d|%4d||", m_subsystem.c_str(), GetCurrentProcessId(),
                    GetCurrentThreadId());
@@ -175,9 +188,12 @@ void ZelTraceT<T>::DebugPrint(unsigned int level, const char* function, int line
 
 template <typename T>
 void ZelTraceT<T>::DebugPrintString(unsigned int level, const T* text, unsigned int length) {
-    if (m_TraceType & TraceDbgPrint) OutputStringToDebug(text);
-    if (m_TraceType & TraceFile) OutputStringToFile(text, length);
-    if (m_TraceType & TraceDaemon) OutputStringToTraceDaemon(static_cast<int>(level), text, length);
+    if (m_TraceType & TraceDbgPrint)
+        OutputStringToDebug(text);
+    if (m_TraceType & TraceFile)
+        OutputStringToFile(text, length);
+    if (m_TraceType & TraceDaemon)
+        OutputStringToTraceDaemon(static_cast<int>(level), text, length);
 }
 
 template class ZelTraceT<char>;
@@ -197,11 +213,14 @@ ZelTrace::~ZelTrace() {
     }
 }
 
-int ZelTrace::GetCurrentProcessId() { return static_cast<int>(getpid()); }
+int ZelTrace::GetCurrentProcessId() {
+    return static_cast<int>(getpid());
+}
 
 bool ZelTrace::GetSettingsTimestamp(timespec* ts) {
     struct stat st {};
-    if (stat(m_configPath.c_str(), &st) != 0) return false;
+    if (stat(m_configPath.c_str(), &st) != 0)
+        return false;
     *ts = st.st_mtim;
     return true;
 }
@@ -219,10 +238,11 @@ void ZelTrace::ReadConfigSettings() {
         rotate = ini.GetBoolValue(kSection, "RotateLogFiles", rotate);
         maxSize = ini.GetLongValue(kSection, "MaxLogSizeMB", maxSize);
         level = ini.GetLongValue(kSection, "DebugLevel", level);
-        logDir = ini.GetValue(kSection, "LogDir", logDir.c_str());
+        logDir = ini.GetValue(kSection, "LogDir", kDefaultLogDir);
     }
     // Signed on purpose: a negative level wraps to a huge unsigned one and enables every line.
-    if (level > ZEL_OUTPUT_DEBUG_VERBOSE) level = ZEL_OUTPUT_DEBUG_VERBOSE;
+    if (level > ZEL_OUTPUT_DEBUG_VERBOSE)
+        level = ZEL_OUTPUT_DEBUG_VERBOSE;
 
     m_level = static_cast<uint32_t>(level);
     m_rotateEnabled = rotate;
@@ -261,17 +281,20 @@ bool ZelTrace::TraceFileSizeExceeded() {
     if (!m_rotateEnabled || m_maxLogSizeMB == 0 || !(m_TraceType & TraceFile) || !m_logFileName)
         return false;
     struct stat st {};
-    if (stat(m_logFileName, &st) != 0) return errno == ENOENT;
+    if (stat(m_logFileName, &st) != 0)
+        return errno == ENOENT;
     return static_cast<unsigned long long>(st.st_size) >
            static_cast<unsigned long long>(m_maxLogSizeMB) * 1048576ULL;
 }
 
 void ZelTrace::RollTraceFile() {
-    if (!m_rotateEnabled || !m_logFileName || m_rolling) return;
+    if (!m_rotateEnabled || !m_logFileName || m_rolling)
+        return;
     m_rolling = true;
     std::string previous = std::string(m_logFileName) + ".1";
     unlink(previous.c_str());
-    if (rename(m_logFileName, previous.c_str()) == -1) unlink(m_logFileName);
+    if (rename(m_logFileName, previous.c_str()) == -1)
+        unlink(m_logFileName);
     ReopenTraceFile();
     m_rolling = false;
 }
@@ -283,7 +306,8 @@ bool ZelTrace::ReopenTraceFile() {
     }
     OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, HERE, "Reopening log file");
     CleanupTraceFile();
-    if (!SetupTraceFile()) return false;
+    if (!SetupTraceFile())
+        return false;
     OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, HERE, "Log file reopened");
     return true;
 }
@@ -301,15 +325,18 @@ void ZelTrace::CleanupTraceDaemon() {
 }
 
 bool ZelTrace::SetupTraceFile() {
-    if (!m_logFileName) return false;
+    if (!m_logFileName)
+        return false;
 
     std::string dir = m_logFileName;
     size_t slash = dir.rfind('/');
-    if (slash != std::string::npos && slash != 0) dir.resize(slash);
+    if (slash != std::string::npos && slash != 0)
+        dir.resize(slash);
     struct stat st {};
     if (stat(dir.c_str(), &st) != 0) {
         for (size_t i = 1; i <= dir.size(); ++i) {
-            if (i != dir.size() && dir[i] != '/') continue;
+            if (i != dir.size() && dir[i] != '/')
+                continue;
             std::string part = dir.substr(0, i);
             // 755 in decimal, as the product has always passed it.
             if (mkdir(part.c_str(), 755) != 0 && errno != EEXIST) {
@@ -319,7 +346,8 @@ bool ZelTrace::SetupTraceFile() {
             }
         }
     }
-    if (m_FileHandle) return true;
+    if (m_FileHandle)
+        return true;
     m_FileHandle = fopen(m_logFileName, "a");
     if (!m_FileHandle) {
         m_LastError = errno;
@@ -337,19 +365,25 @@ void ZelTrace::CleanupTraceFile() {
 
 bool ZelTrace::SetupTraceDbgPrint() {
     // An unprivileged run that could not open its file shows only errors on the terminal.
-    if (m_LastError == EACCES && geteuid() != 0) m_level = ZEL_OUTPUT_DEBUG_ERROR;
+    if (m_LastError == EACCES && geteuid() != 0)
+        m_level = ZEL_OUTPUT_DEBUG_ERROR;
     return true;
 }
 
-void ZelTrace::OutputStringToDebug(const char* text) { fputs(text, stderr); }
+void ZelTrace::OutputStringToDebug(const char* text) {
+    fputs(text, stderr);
+}
 
 void ZelTrace::OutputStringToFile(const char* text, unsigned int /*length*/) {
-    if (!m_FileHandle) return;
+    if (!m_FileHandle)
+        return;
     if (m_TraceType & TraceDaemon) {
         char prefix[128];
         LineBuilder out(prefix, sizeof(prefix));
-        if (!(m_flags & ZEL_DBG_FLAG_TRACE_TIMESTAMP)) out.AppendTime("%d%b%y:%H:%M:%S:");
-        if (!(m_flags & ZEL_DBG_FLAG_TRACE_COMP_PREFIX)) out.Append("%s:", m_subsystem.c_str());
+        if (!(m_flags & ZEL_DBG_FLAG_TRACE_TIMESTAMP))
+            out.AppendTime("%d%b%y:%H:%M:%S:");
+        if (!(m_flags & ZEL_DBG_FLAG_TRACE_COMP_PREFIX))
+            out.Append("%s:", m_subsystem.c_str());
         fputs(prefix, m_FileHandle);
     }
     fputs(text, m_FileHandle);
@@ -358,7 +392,9 @@ void ZelTrace::OutputStringToFile(const char* text, unsigned int /*length*/) {
 
 void ZelTrace::OutputStringToTraceDaemon(int level, const char* text, unsigned int /*length*/) {
     int priority = LOG_INFO;
-    if (level == ZEL_OUTPUT_DEBUG_ERROR) priority = LOG_ERR;
-    if (level == ZEL_OUTPUT_DEBUG_VERBOSE) priority = LOG_DEBUG;
+    if (level == ZEL_OUTPUT_DEBUG_ERROR)
+        priority = LOG_ERR;
+    if (level == ZEL_OUTPUT_DEBUG_VERBOSE)
+        priority = LOG_DEBUG;
     syslog(priority, "%s", text);
 }

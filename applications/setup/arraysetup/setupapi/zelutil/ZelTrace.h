@@ -30,10 +30,10 @@ enum {
 template <typename T>
 class ZelTraceT {
 public:
-    static const int TraceNone = 0;
-    static const int TraceDbgPrint = 1;
-    static const int TraceFile = 2;
-    static const int TraceDaemon = 4;
+    static constexpr int TraceNone = 0;
+    static constexpr int TraceDbgPrint = 1;
+    static constexpr int TraceFile = 2;
+    static constexpr int TraceDaemon = 4;
 
     ZelTraceT(const char* subsystem, bool dbgPrintOnly, const char* configPath);
     virtual ~ZelTraceT();
@@ -129,21 +129,17 @@ extern ZelTrace g_Tracer;
 
 #define HERE __FILE__, __LINE__, __FUNCTION__
 
-#define ZelOutputDebugError(...)                                                 \
-    do {                                                                         \
-        if (g_Tracer.CheckLevel(ZEL_OUTPUT_DEBUG_ERROR))                         \
-            g_Tracer.OutputDebug(ZEL_OUTPUT_DEBUG_ERROR, __VA_ARGS__);           \
+// The level is tested before the arguments are evaluated, so a disabled line costs one
+// comparison and no formatting.
+#define m_ZEL_TRACE_AT(tracer, level, ...)              \
+    do {                                                \
+        if ((tracer).CheckLevel(level))                 \
+            (tracer).OutputDebug((level), __VA_ARGS__); \
     } while (0)
-#define ZelOutputDebugPrint(...)                                                 \
-    do {                                                                         \
-        if (g_Tracer.CheckLevel(ZEL_OUTPUT_DEBUG_PRINT))                         \
-            g_Tracer.OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, __VA_ARGS__);           \
-    } while (0)
-#define ZelOutputDebugVerbose(...)                                               \
-    do {                                                                         \
-        if (g_Tracer.CheckLevel(ZEL_OUTPUT_DEBUG_VERBOSE))                       \
-            g_Tracer.OutputDebug(ZEL_OUTPUT_DEBUG_VERBOSE, __VA_ARGS__);         \
-    } while (0)
+
+#define ZelOutputDebugError(...) m_ZEL_TRACE_AT(g_Tracer, ZEL_OUTPUT_DEBUG_ERROR, __VA_ARGS__)
+#define ZelOutputDebugPrint(...) m_ZEL_TRACE_AT(g_Tracer, ZEL_OUTPUT_DEBUG_PRINT, __VA_ARGS__)
+#define ZelOutputDebugVerbose(...) m_ZEL_TRACE_AT(g_Tracer, ZEL_OUTPUT_DEBUG_VERBOSE, __VA_ARGS__)
 
 #define ZEL_CHAP_SECRET_TRACING (g_Tracer.GetFlags() & ZEL_DBG_FLAG_CHAP_SECRET_TRACING)
 #define ZEL_NO_VSS_CLEANUP_ON_ERROR 0

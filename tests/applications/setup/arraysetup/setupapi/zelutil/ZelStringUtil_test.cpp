@@ -1,0 +1,68 @@
+#include "zelutil/ZelStringUtil.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+
+TEST(ZelStringUtilTest, StrlcpyEmptiesThenCopiesWithinSize) {
+    char buf[12];
+    memset(buf, 'Z', sizeof(buf));
+    EXPECT_EQ(_strlcpy(buf, "abcdefghijk", 8), buf);
+    EXPECT_STREQ(buf, "abcdefg");
+    for (size_t i = 8; i < sizeof(buf); ++i)
+        EXPECT_EQ(buf[i], 'Z') << "byte " << i;
+
+    EXPECT_STREQ(_strlcpy(buf, "hi", 8), "hi");
+    EXPECT_STREQ(_strlcpy(buf, "x", 1), "");      // room for the terminator only
+    EXPECT_STREQ(_strlcpy(buf, nullptr, 8), "");  // no source still empties the target
+
+    memset(buf, 'Z', sizeof(buf));
+    _strlcpy(buf, "abc", 0);  // no room at all: the target is left alone
+    EXPECT_EQ(buf[0], 'Z');
+    EXPECT_EQ(_strlcpy(nullptr, "abc", 8), nullptr);
+}
+
+TEST(ZelStringUtilTest, ConvertedStringKeepsSizeMinusOneBytes) {
+    EXPECT_EQ(GetConvertedString("abcdef", 4), "abc");
+    EXPECT_EQ(GetConvertedString("abc", 4), "abc");
+    EXPECT_EQ(GetConvertedString("ab", 64), "ab");
+    EXPECT_EQ(GetConvertedString("abc", 1), "");
+    EXPECT_EQ(GetConvertedString("abc", 0), "");
+    EXPECT_EQ(GetConvertedString("abc", -3), "");
+    // The copy goes through the NUL-terminated form, as a fixed field would hold it.
+    EXPECT_EQ(GetConvertedString(std::string("ab\0cd", 5), 16), "ab");
+}
+
+TEST(ZelStringUtilTest, CaseInsensitiveTraitsAndComparison) {
+    EXPECT_EQ(ci_char_traits::compare("Hello", "hELLO", 5), 0);
+    EXPECT_EQ(ci_char_traits::compare("abc", "ABD", 3), 'C' - 'D');
+    EXPECT_EQ(ci_char_traits::compare("abz", "ABa", 3), 'Z' - 'A');
+    EXPECT_EQ(ci_char_traits::compare("abX", "ABy", 2), 0);  // only n bytes count
+    EXPECT_EQ(ci_string("StorageCell"), ci_string("STORAGEcell"));
+    EXPECT_EQ(ci_string("Hello").find('L'), 2u);
+
+    EXPECT_TRUE(AreStringsIdenticalIgnoreCase("", ""));
+    EXPECT_TRUE(AreStringsIdenticalIgnoreCase("Vesper-A", "vESPER-a"));
+    EXPECT_FALSE(AreStringsIdenticalIgnoreCase("abc", "abcd"));
+    EXPECT_FALSE(AreStringsIdenticalIgnoreCase("abcd", "abc"));
+    EXPECT_FALSE(AreStringsIdenticalIgnoreCase("", "a"));
+    EXPECT_FALSE(AreStringsIdenticalIgnoreCase("abc", "abd"));
+    // Only letters fold: a bit-twiddling fold would match these pairs.
+    EXPECT_FALSE(AreStringsIdenticalIgnoreCase("@", "`"));
+    EXPECT_FALSE(AreStringsIdenticalIgnoreCase("[", "{"));
+    // Compared on the NUL-terminated forms.
+    EXPECT_TRUE(AreStringsIdenticalIgnoreCase(std::string("ab\0x", 4), "AB"));
+}
+
+TEST(ZelStringUtilTest, NarrowConversionsCopy) {
+    std::string target = "previous content";
+    ConvertMBtoWC("text", target);
+    EXPECT_EQ(target, "text");
+    ConvertMBtoWC(nullptr, target);
+    EXPECT_EQ(target, "");
+    const std::string source = "copy me";
+    std::string copy = ConvertWCtoMB(source);
+    EXPECT_EQ(copy, source);
+    EXPECT_NE(copy.data(), source.data());
+}

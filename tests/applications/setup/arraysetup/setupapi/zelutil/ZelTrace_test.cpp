@@ -1,0 +1,552 @@
+#include "zelutil/ZelTrace.h"
+
+#include <fcntl.h>
+#include <ftw.h>
+#include <grp.h>
+#include <gtest/gtest.h>
+#include <limits.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <fstream>
+#include <regex>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "support/ManualClock.h"
+
+namespace {
+
+const uid_t kNobody = 65534;
+
+// Opens the tracer's insides that the settings decide but no accessor shows.
+class TestTrace : public ZelTrace {
+public:
+    explicit TestTrace(const std::string& iConfig, bool iDbgPrintOnly = false)
+        : ZelTrace("LSWConfig4", iDbgPrintOnly, iConfig.c_str()) {}
+    using ZelTrace::m_LastError;
+    using ZelTrace::m_maxLogSizeMB;
+    using ZelTrace::m_rotateEnabled;
+};
+
+// Sends standard error to a file until Stop() hands back what was written.
+class StderrCapture {
+public:
+    explicit StderrCapture(const std::string& iPath) : m_path(iPath) {
+        fflush(stderr);
+        m_saved = dup(STDERR_FILENO);
+        int fd = open(iPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+        dup2(fd, STDERR_FILENO);
+        close(fd);
+    }
+    ~StderrCapture() { Stop(); }
+    std::string Stop() {
+        if (m_saved >= 0) {
+            fflush(stderr);
+            dup2(m_saved, STDERR_FILENO);
+            close(m_saved);
+            m_saved = -1;
+        }
+        std::ifstream in(m_path, std::ios::binary);
+        std::stringstream ss;
+        ss << in.rdbuf();
+        return ss.str();
+    }
+
+private:
+    std::string m_path;
+    int m_saved = -1;
+};
+
+int RemoveEntry(const char* path, const struct stat*, int, struct FTW*) {
+    return remove(path);
+}
+
+// How many descriptors of this process are open on iPath.
+int OpenHandlesTo(const std::string& iPath) {
+    int count = 0;
+    for (int fd = 0; fd < 1024; ++fd) {
+        char link[64], target[PATH_MAX];
+        snprintf(link, sizeof(link), "/proc/self/fd/%d", fd);
+        ssize_t n = readlink(link, target, sizeof(target) - 1);
+        if (n > 0 && std::string(target, n) == iPath)
+            ++count;
+    }
+    return count;
+}
+
+size_t CountOf(const std::string& haystack, const std::string& needle) {
+    size_t count = 0;
+    for (size_t at = haystack.find(needle); at != std::string::npos;
+         at = haystack.find(needle, at + 1))
+        ++count;
+    return count;
+}
+
+class ZelTraceTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        char tmpl[] = "/tmp/zeltrace_XXXXXX";
+        ASSERT_NE(mkdtemp(tmpl), nullptr);
+        m_dir = tmpl;
+        char cwd[PATH_MAX];
+        ASSERT_NE(getcwd(cwd, sizeof(cwd)), nullptr);
+        m_oldCwd = cwd;
+        if (const char* home = getenv("HOME")) {
+            m_hadHome = true;
+            m_oldHome = home;
+        }
+        m_home = m_dir + "/home";
+        ASSERT_EQ(mkdir(m_home.c_str(), 0755), 0);
+        setenv("HOME", m_home.c_str(), 1);
+        m_config = m_dir + "/zel.conf";
+        m_logDir = m_home + "/.config/kelt/SkylarkClient";
+        m_logFile = m_logDir + "/RSTraceLog.log";
+    }
+
+    void TearDown() override {
+        EXPECT_EQ(chdir(m_oldCwd.c_str()), 0);
+        if (m_hadHome) {
+            setenv("HOME", m_oldHome.c_str(), 1);
+        } else {
+            unsetenv("HOME");
+        }
+        chmod(m_logDir.c_str(), 0755);
+        nftw(m_dir.c_str(), RemoveEntry, 16, FTW_DEPTH | FTW_PHYS);
+    }
+
+    void MakeLogDir() {
+        std::string path;
+        for (const char* part : {"/.config", "/kelt", "/SkylarkClient"}) {
+            path += part;
+            ASSERT_EQ(mkdir((m_home + path).c_str(), 0755), 0);
+        }
+    }
+
+    void WriteConfig(const std::string& iBody) {
+        std::ofstream(m_config, std::ios::trunc) << iBody;
+        chmod(m_config.c_str(), 0644);
+    }
+
+    static std::string ReadFile(const std::string& iPath) {
+        std::ifstream in(iPath, std::ios::binary);
+        std::stringstream ss;
+        ss << in.rdbuf();
+        return ss.str();
+    }
+
+    static bool Exists(const std::string& iPath) { return access(iPath.c_str(), F_OK) == 0; }
+
+    static long long SizeOf(const std::string& iPath) {
+        struct stat st {};
+        return stat(iPath.c_str(), &st) == 0 ? static_cast<long long>(st.st_size) : -1;
+    }
+
+    static std::vector<std::string> Lines(const std::string& iText) {
+        std::vector<std::string> lines;
+        std::stringstream ss(iText);
+        for (std::string line; std::getline(ss, line);)
+            lines.push_back(line);
+        return lines;
+    }
+
+    ManualClock m_clock;
+    std::string m_dir, m_home, m_config, m_logDir, m_logFile, m_oldCwd, m_oldHome;
+    bool m_hadHome = false;
+};
+
+TEST_F(ZelTraceTest, LevelGateAndMacroSkipDisabledLines) {
+    MakeLogDir();
+    WriteConfig("[HIT Params]\nDebugLevel = 2\n");
+    {
+        TestTrace t(m_config);
+        EXPECT_TRUE(t.CheckLevel(ZEL_OUTPUT_DEBUG_OFF));
+        EXPECT_TRUE(t.CheckLevel(ZEL_OUTPUT_DEBUG_ERROR));
+        EXPECT_TRUE(t.CheckLevel(ZEL_OUTPUT_DEBUG_PRINT));
+        EXPECT_FALSE(t.CheckLevel(ZEL_OUTPUT_DEBUG_VERBOSE));
+
+        // A disabled line does not even evaluate its arguments.
+        int evaluated = 0;
+        m_ZEL_TRACE_AT(t, ZEL_OUTPUT_DEBUG_VERBOSE, HERE, "verbose %d", ++evaluated);
+        EXPECT_EQ(evaluated, 0);
+        m_ZEL_TRACE_AT(t, ZEL_OUTPUT_DEBUG_PRINT, HERE, "print %d", ++evaluated);
+        EXPECT_EQ(evaluated, 1);
+        // OutputDebug applies the same gate when called directly.
+        t.OutputDebug(ZEL_OUTPUT_DEBUG_VERBOSE, HERE, "direct verbose");
+        std::string text = ReadFile(m_logFile);
+        EXPECT_NE(text.find("|print 1\n"), std::string::npos);
+        EXPECT_EQ(text.find("verbose"), std::string::npos);
+    }
+    // Level 0 writes nothing at all, not even errors.
+    WriteConfig("[HIT Params]\nDebugLevel = 0\n");
+    ASSERT_EQ(unlink(m_logFile.c_str()), 0);
+    TestTrace off(m_config);
+    EXPECT_FALSE(off.CheckLevel(ZEL_OUTPUT_DEBUG_ERROR));
+    off.OutputDebug(ZEL_OUTPUT_DEBUG_ERROR, HERE, "error while off");
+    EXPECT_EQ(ReadFile(m_logFile), "");
+}
+
+TEST_F(ZelTraceTest, ConfiguredLevelClampsAboveThreeAndNegativeEnablesAll) {
+    MakeLogDir();
+    WriteConfig("[HIT Params]\nDebugLevel = 7\n");
+    {
+        TestTrace t(m_config);
+        EXPECT_EQ(t.GetLevel(), 3u);
+        EXPECT_FALSE(t.CheckLevel(4));
+        t.OutputDebug(ZEL_OUTPUT_DEBUG_VERBOSE, HERE, "verbose at seven");
+    }
+    WriteConfig("[HIT Params]\nDebugLevel = -1\n");
+    {
+        TestTrace t(m_config);
+        EXPECT_EQ(t.GetLevel(), 0xFFFFFFFFu);
+        EXPECT_TRUE(t.CheckLevel(1000));
+        t.OutputDebug(ZEL_OUTPUT_DEBUG_VERBOSE, HERE, "verbose at minus one");
+        t.OutputDebug(1000, HERE, "level 1000 at minus one");
+    }
+    std::string text = ReadFile(m_logFile);
+    EXPECT_NE(text.find("|verbose at seven\n"), std::string::npos);
+    EXPECT_NE(text.find("|verbose at minus one\n"), std::string::npos);
+    EXPECT_NE(text.find("|INFO|TestBody|"), std::string::npos);
+    EXPECT_NE(text.find("|level 1000 at minus one\n"), std::string::npos);
+}
+
+TEST_F(ZelTraceTest, KeysAndSectionAreCaseInsensitiveAndLogDirIsIgnored) {
+    MakeLogDir();
+    WriteConfig(
+        "[hit PARAMS]\ndebuglevel = 3\nROTATELOGFILES = yes\nmaxlogsizemb = 7\n"
+        "logdir = " +
+        m_dir + "/elsewhere\n");
+    TestTrace t(m_config);
+    EXPECT_EQ(t.GetLevel(), 3u);
+    EXPECT_TRUE(t.m_rotateEnabled);
+    EXPECT_EQ(t.m_maxLogSizeMB, 7u);
+    EXPECT_EQ(std::string(t.LogFileName()), m_logFile);
+    t.OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, HERE, "here");
+    EXPECT_NE(ReadFile(m_logFile).find("|here\n"), std::string::npos);
+    EXPECT_FALSE(Exists(m_dir + "/elsewhere"));
+}
+
+TEST_F(ZelTraceTest, LineFieldsAndWords) {
+    MakeLogDir();
+    WriteConfig("[HIT Params]\nDebugLevel=3\n");
+    TestTrace t(m_config);
+    EXPECT_EQ(t.SubSystem(), "LSWConfig4");
+    EXPECT_EQ(t.GetFlags(), ZEL_DBG_FLAG_TRACE_DEFAULT);
+    t.OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, "dir/source_file.cpp", 77, "MyFunc", "value=%d %s", 42,
+                  "ok");
+    t.OutputDebug(ZEL_OUTPUT_DEBUG_ERROR, "dir/source_file.cpp", 78, "MyFunc", "boom");
+    t.OutputDebug(ZEL_OUTPUT_DEBUG_VERBOSE, "dir/source_file.cpp", 79, "Other", "detail");
+    // Text given as a string is written as it stands, never taken as a format.
+    t.OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, "f", 80, "Str", std::string("100% %s %n sure"));
+    t.OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, "f", 81, "Wide", std::wstring(L"wide text"));
+
+    std::string text = ReadFile(m_logFile);
+    ASSERT_FALSE(text.empty());
+    EXPECT_EQ(text.back(), '\n');
+    EXPECT_EQ(text.find("source_file"), std::string::npos);  // the file name is not written
+    std::vector<std::string> lines = Lines(text);
+    ASSERT_EQ(lines.size(), 5u);
+
+    char pid[16];
+    snprintf(pid, sizeof(pid), "%4d", static_cast<int>(getpid()));
+    const std::string head = std::string("LSWConfig4|") + pid + "|   0||";
+    const char* expected[] = {
+        "INFO|MyFunc|77|value=42 ok",  "ERROR|MyFunc|78|boom",   "INFO|Other|79|detail",
+        "INFO|Str|80|100% %s %n sure", "INFO|Wide|81|wide text",
+    };
+    const std::regex date(R"(^\d{2}-[A-Z][a-z]{2}-\d{2} \d{2}:\d{2}:\d{2}\|)");
+    for (size_t i = 0; i < lines.size(); ++i) {
+        SCOPED_TRACE(lines[i]);
+        std::smatch m;
+        ASSERT_TRUE(std::regex_search(lines[i], m, date));
+        EXPECT_EQ(lines[i].substr(m.length()), head + expected[i]);
+    }
+}
+
+TEST_F(ZelTraceTest, OverlongLineIsCutAndNewlineTerminated) {
+    MakeLogDir();
+    WriteConfig("[HIT Params]\nDebugLevel=2\n");
+    TestTrace t(m_config);
+    t.OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, "f", 5, "Fn", "x");
+    std::string first = ReadFile(m_logFile);
+    const size_t prefix = first.size() - 2;  // everything before "x\n"
+    ASSERT_LT(prefix, 200u);
+
+    const size_t room = ZEL_TRACE_LINE_SIZE - 2 - prefix;  // text bytes that still fit
+    const std::string fits(room, 'a');
+    const std::string oneMore(room + 1, 'b');
+    const std::string huge(5000, 'c');
+    t.OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, "f", 5, "Fn", "%s", fits.c_str());
+    t.OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, "f", 5, "Fn", "%s", oneMore.c_str());
+    t.OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, "f", 5, "Fn", "%s%d", huge.c_str(), 12345);
+    // A function name that fills the buffer before the text even starts.
+    const std::string longName(3000, 'F');
+    t.OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, "f", 5, longName.c_str(), "lost text");
+    t.OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, "f", 5, "Fn", "after");
+
+    std::vector<std::string> lines = Lines(ReadFile(m_logFile));
+    ASSERT_EQ(lines.size(), 6u);
+    const size_t full = ZEL_TRACE_LINE_SIZE - 2;  // without its newline
+    EXPECT_EQ(lines[1].size(), full);
+    EXPECT_EQ(lines[1].substr(prefix), fits);
+    EXPECT_EQ(lines[2].size(), full);
+    EXPECT_EQ(lines[2].substr(prefix), std::string(room, 'b'));
+    EXPECT_EQ(lines[3].size(), full);
+    EXPECT_EQ(lines[3].substr(prefix), std::string(room, 'c'));
+    EXPECT_EQ(lines[4].size(), full);
+    EXPECT_EQ(lines[4].find("lost text"), std::string::npos);
+    EXPECT_EQ(lines[5].substr(prefix), "after");
+}
+
+// CI runs as root, where every file opens; the child drops to an ordinary user first.
+TEST_F(ZelTraceTest, UnprivilegedRunThatCannotOpenItsFileTracesErrorsToStandardError) {
+    MakeLogDir();
+    WriteConfig("[HIT Params]\nDebugLevel=3\n");
+    ASSERT_EQ(chmod(m_dir.c_str(), 0755), 0);
+    ASSERT_EQ(chmod(m_logDir.c_str(), 0555), 0);
+
+    int fds[2];
+    ASSERT_EQ(pipe(fds), 0);
+    pid_t pid = fork();
+    ASSERT_GE(pid, 0);
+    if (pid == 0) {
+        close(fds[0]);
+        dup2(fds[1], STDERR_FILENO);
+        close(fds[1]);
+        if (geteuid() == 0 &&
+            (setgroups(0, nullptr) != 0 || setgid(kNobody) != 0 || setuid(kNobody) != 0))
+            _exit(100);
+        // A fall-back to "./" must not land anywhere writable either.
+        if (chdir(m_dir.c_str()) != 0)
+            _exit(101);
+        int failures = 0;
+        {
+            TestTrace t(m_config);
+            if (t.GetLevel() != ZEL_OUTPUT_DEBUG_ERROR)
+                failures |= 1;
+            if (t.TraceType() != ZelTrace::TraceDbgPrint)
+                failures |= 2;
+            if (t.SetupSucceeded())
+                failures |= 4;
+            if (t.m_LastError != EACCES)
+                failures |= 8;
+            t.OutputDebug(ZEL_OUTPUT_DEBUG_ERROR, "f", 9, "Fn", "first error");
+            t.OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, "f", 9, "Fn", "print line");
+            t.OutputDebug(ZEL_OUTPUT_DEBUG_VERBOSE, "f", 9, "Fn", "verbose line");
+            // The next check retries the file, fails again and keeps the level at errors.
+            ManualClock::Advance(31);
+            t.OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, "f", 9, "Fn", "print after retry");
+            t.OutputDebug(ZEL_OUTPUT_DEBUG_ERROR, "f", 9, "Fn", "second error");
+            if (t.GetLevel() != ZEL_OUTPUT_DEBUG_ERROR)
+                failures |= 16;
+        }
+        fflush(stderr);
+        _exit(failures);
+    }
+    close(fds[1]);
+    std::string err;
+    char buf[4096];
+    for (ssize_t n; (n = read(fds[0], buf, sizeof(buf))) > 0;)
+        err.append(buf, n);
+    close(fds[0]);
+    int status = 0;
+    ASSERT_EQ(waitpid(pid, &status, 0), pid);
+    ASSERT_TRUE(WIFEXITED(status));
+    EXPECT_EQ(WEXITSTATUS(status), 0) << "failure bits of the child";
+
+    // Construction, the first check and the one 31 seconds later: one attempt each.
+    EXPECT_EQ(CountOf(err, "Failed to set up trace file, trying debug print"), 3u) << err;
+    EXPECT_NE(err.find("||ERROR|Fn|9|first error\n"), std::string::npos) << err;
+    EXPECT_NE(err.find("||ERROR|Fn|9|second error\n"), std::string::npos) << err;
+    EXPECT_EQ(err.find("INFO|"), std::string::npos) << err;
+    EXPECT_FALSE(Exists(m_logFile));
+    EXPECT_FALSE(Exists(m_dir + "/RSTraceLog.log"));
+}
+
+// Root opens anything, so the file is made unopenable by a directory in its place.
+TEST_F(ZelTraceTest, UnopenableFileFallsBackAndReturnsAtNextCheck) {
+    MakeLogDir();
+    WriteConfig("[HIT Params]\nDebugLevel=2\n");
+    ASSERT_EQ(mkdir(m_logFile.c_str(), 0755), 0);
+    StderrCapture capture(m_dir + "/stderr.txt");
+    TestTrace t(m_config);
+    EXPECT_EQ(t.TraceType(), ZelTrace::TraceDbgPrint);
+    EXPECT_FALSE(t.SetupSucceeded());
+    EXPECT_EQ(t.GetLevel(), 2u);  // only a refused open lowers the level
+    t.OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, "f", 1, "Fn", "to stderr");
+
+    ASSERT_EQ(rmdir(m_logFile.c_str()), 0);
+    ManualClock::Advance(30);  // not yet: the check runs only after more than 30 seconds
+    t.OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, "f", 1, "Fn", "still stderr");
+    EXPECT_FALSE(Exists(m_logFile));
+    ManualClock::Advance(1);
+    t.OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, "f", 1, "Fn", "back in file");
+    std::string err = capture.Stop();
+
+    EXPECT_EQ(t.TraceType(), ZelTrace::TraceFile);
+    EXPECT_TRUE(t.SetupSucceeded());
+    EXPECT_NE(err.find("Failed to set up trace file, trying debug print"), std::string::npos);
+    EXPECT_NE(err.find("|INFO|Fn|1|to stderr\n"), std::string::npos) << err;
+    EXPECT_NE(err.find("|INFO|Fn|1|still stderr\n"), std::string::npos) << err;
+    EXPECT_EQ(err.find("back in file"), std::string::npos) << err;
+    std::string file = ReadFile(m_logFile);
+    EXPECT_NE(file.find("|INFO|Fn|1|back in file\n"), std::string::npos);
+    EXPECT_EQ(file.find("stderr"), std::string::npos);
+}
+
+TEST_F(ZelTraceTest, DebugPrintOnlyWritesToStandardErrorAndClosesTheFile) {
+    MakeLogDir();
+    WriteConfig("[HIT Params]\nDebugLevel=2\n");
+    TestTrace t(m_config);
+    ASSERT_EQ(t.TraceType(), ZelTrace::TraceFile);
+    StderrCapture capture(m_dir + "/stderr.txt");
+    EXPECT_EQ(OpenHandlesTo(m_logFile), 1);
+    t.SetDbgPrintOnly(true);
+    EXPECT_EQ(t.TraceType(), ZelTrace::TraceDbgPrint);
+    EXPECT_EQ(OpenHandlesTo(m_logFile), 0);
+    t.OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, "f", 1, "Fn", "terminal only");
+    t.SetDbgPrintOnly(false);
+    t.OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, "f", 1, "Fn", "file again");
+    std::string err = capture.Stop();
+    EXPECT_EQ(t.TraceType(), ZelTrace::TraceFile);
+    EXPECT_NE(err.find("|terminal only\n"), std::string::npos) << err;
+    EXPECT_EQ(err.find("file again"), std::string::npos) << err;
+    std::string file = ReadFile(m_logFile);
+    EXPECT_EQ(file.find("terminal only"), std::string::npos);
+    EXPECT_NE(file.find("|file again\n"), std::string::npos);
+}
+
+TEST_F(ZelTraceTest, ChangedConfigurationIsReadAtNextCheckBeforeTheLevelTest) {
+    MakeLogDir();
+    WriteConfig("[HIT Params]\nDebugLevel=2\n");
+    TestTrace t(m_config);
+    t.OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, "f", 1, "Fn", "start");
+    WriteConfig("[HIT Params]\nDebugLevel=3\n");
+    const timespec stamp[2] = {{1000, 0}, {1000, 0}};  // a modification time surely different
+    ASSERT_EQ(utimensat(AT_FDCWD, m_config.c_str(), stamp, 0), 0);
+    t.OutputDebug(ZEL_OUTPUT_DEBUG_VERBOSE, "f", 1, "Fn", "too early");
+    ManualClock::Advance(31);
+    t.OutputDebug(ZEL_OUTPUT_DEBUG_VERBOSE, "f", 1, "Fn", "verbose now");
+    EXPECT_EQ(t.GetLevel(), 3u);
+    std::string file = ReadFile(m_logFile);
+    EXPECT_EQ(file.find("too early"), std::string::npos);
+    EXPECT_NE(file.find("|verbose now\n"), std::string::npos);
+}
+
+TEST_F(ZelTraceTest, RollsOneByteAboveTheLimitAndNotAtIt) {
+    MakeLogDir();
+    WriteConfig("[HIT Params]\nRotateLogFiles=true\nMaxLogSizeMB=1\n");
+    const std::string previous = m_logFile + ".1";
+    TestTrace t(m_config);
+    t.OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, "f", 1, "Fn", "start");
+
+    ASSERT_EQ(truncate(m_logFile.c_str(), 1048576), 0);
+    ManualClock::Advance(31);
+    t.OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, "f", 1, "Fn", "at the limit");
+    EXPECT_FALSE(Exists(previous));
+    EXPECT_GT(SizeOf(m_logFile), 1048576);
+
+    ASSERT_EQ(truncate(m_logFile.c_str(), 1048577), 0);
+    ManualClock::Advance(31);
+    t.OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, "f", 1, "Fn", "above the limit");
+    ASSERT_TRUE(Exists(previous));
+    // The old stream still takes the first notice before it is closed.
+    std::string old = ReadFile(previous);
+    ASSERT_GT(old.size(), 1048577u);
+    EXPECT_NE(old.substr(1048577).find("|Reopening log file\n"), std::string::npos);
+    std::string current = ReadFile(m_logFile);
+    EXPECT_LT(current.size(), 1024u);
+    EXPECT_NE(current.find("|Log file reopened\n"), std::string::npos);
+    EXPECT_NE(current.find("|above the limit\n"), std::string::npos);
+
+    // One generation only: the next roll replaces ".1".
+    ASSERT_EQ(truncate(m_logFile.c_str(), 2 * 1048576), 0);
+    ManualClock::Advance(31);
+    t.OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, "f", 1, "Fn", "second roll");
+    EXPECT_GT(SizeOf(previous), 2 * 1048576);
+    EXPECT_FALSE(Exists(previous + ".1"));
+    EXPECT_FALSE(Exists(m_logFile + ".2"));
+    EXPECT_LT(SizeOf(m_logFile), 1024);
+}
+
+TEST_F(ZelTraceTest, NoRollWithoutSizeLimitOrWithoutRotation) {
+    MakeLogDir();
+    for (const char* config : {"[HIT Params]\nRotateLogFiles=true\nMaxLogSizeMB=0\n",
+                               "[HIT Params]\nRotateLogFiles=false\nMaxLogSizeMB=1\n",
+                               "[HIT Params]\nMaxLogSizeMB=1\n"}) {
+        SCOPED_TRACE(config);
+        unlink(m_logFile.c_str());
+        WriteConfig(config);
+        TestTrace t(m_config);
+        t.OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, "f", 1, "Fn", "start");
+        ASSERT_EQ(truncate(m_logFile.c_str(), 3 * 1048576 + 1), 0);
+        ManualClock::Advance(31);
+        t.OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, "f", 1, "Fn", "big file");
+        EXPECT_FALSE(Exists(m_logFile + ".1"));
+        EXPECT_GT(SizeOf(m_logFile), 3 * 1048576 + 1);
+        // Without the size check a deleted file is not re-created either.
+        ASSERT_EQ(unlink(m_logFile.c_str()), 0);
+        ManualClock::Advance(31);
+        t.OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, "f", 1, "Fn", "into the void");
+        EXPECT_FALSE(Exists(m_logFile));
+    }
+}
+
+TEST_F(ZelTraceTest, DeletedFileIsRecreatedAtNextCheck) {
+    MakeLogDir();
+    WriteConfig("[HIT Params]\nRotateLogFiles=1\n");
+    TestTrace t(m_config);
+    EXPECT_EQ(t.m_maxLogSizeMB, 50u);
+    t.OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, "f", 1, "Fn", "one");
+    ASSERT_EQ(unlink(m_logFile.c_str()), 0);
+    t.OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, "f", 1, "Fn", "two");
+    ManualClock::Advance(30);
+    t.OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, "f", 1, "Fn", "three");
+    EXPECT_FALSE(Exists(m_logFile));
+    ManualClock::Advance(1);
+    t.OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, "f", 1, "Fn", "four");
+    ASSERT_TRUE(Exists(m_logFile));
+    EXPECT_FALSE(Exists(m_logFile + ".1"));
+    std::string file = ReadFile(m_logFile);
+    EXPECT_NE(file.find("|Log file reopened\n"), std::string::npos);
+    EXPECT_NE(file.find("|four\n"), std::string::npos);
+    EXPECT_EQ(file.find("three"), std::string::npos);
+}
+
+TEST_F(ZelTraceTest, DefaultsWithoutConfigurationOrHome) {
+    ASSERT_EQ(chdir(m_dir.c_str()), 0);
+    const std::string missing = m_dir + "/no-such.conf";
+    unsetenv("HOME");
+    {
+        TestTrace t(missing);
+        EXPECT_STREQ(t.LogFileName(), ".//RSTraceLog.log");
+        EXPECT_EQ(t.GetLevel(), 2u);
+        EXPECT_FALSE(t.m_rotateEnabled);
+        EXPECT_EQ(t.m_maxLogSizeMB, 50u);
+        EXPECT_EQ(t.GetFlags(), ZEL_DBG_FLAG_TRACE_DEFAULT);
+        EXPECT_EQ(t.TraceType(), ZelTrace::TraceFile);
+        EXPECT_TRUE(t.SetupSucceeded());
+        t.OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, "f", 1, "Fn", "in the working directory");
+        t.OutputDebug(ZEL_OUTPUT_DEBUG_VERBOSE, "f", 1, "Fn", "verbose is off");
+    }
+    std::string file = ReadFile(m_dir + "/RSTraceLog.log");
+    EXPECT_NE(file.find("|in the working directory\n"), std::string::npos);
+    EXPECT_EQ(file.find("verbose is off"), std::string::npos);
+
+    // A home without the trace directory falls back to the working directory as well.
+    setenv("HOME", m_home.c_str(), 1);
+    {
+        TestTrace t(missing);
+        EXPECT_STREQ(t.LogFileName(), ".//RSTraceLog.log");
+    }
+    MakeLogDir();
+    TestTrace t(missing);
+    EXPECT_EQ(std::string(t.LogFileName()), m_logFile);
+    EXPECT_TRUE(Exists(m_logFile));
+}
+
+}  // namespace
