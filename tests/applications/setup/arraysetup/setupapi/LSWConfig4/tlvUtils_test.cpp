@@ -1,0 +1,518 @@
+// Packed records inside TLV values: byte layouts, the port tree's reserved slack, signed
+// counts, and readers that never leave the entry they are given.
+#include "LSWConfig4/tlvUtils.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <map>
+#include <string>
+#include <type_traits>
+#include <vector>
+
+#include "LSWConfig4/setupMessage.h"
+
+namespace {
+
+using Bytes = std::vector<unsigned char>;
+
+// Exchanges hold readers as members and hand them on.
+static_assert(std::is_move_constructible<SCPortConfigDataReader>::value, "movable reader");
+static_assert(!std::is_copy_constructible<SCPortConfigDataReader>::value, "owning reader");
+
+Bytes ToBytes(const std::vector<char>& iChars) {
+    return Bytes(iChars.begin(), iChars.end());
+}
+
+// The single entry of a block, header included.
+Bytes EntryOf(const SETUPTlv& iTlv) {
+    const unsigned char* start = reinterpret_cast<const unsigned char*>(iTlv.getTlvBuffer());
+    return Bytes(start + 2, start + iTlv.getTlvBytesUsed());
+}
+
+// Reads from a heap copy of exactly iLength bytes, so that a read past it is a fault the
+// sanitizer build reports.
+template <class Reader>
+bool UnpackExact(Reader& ioReader, const Bytes& iValue, size_t iLength) {
+    std::vector<char> copy(iValue.begin(), iValue.begin() + iLength);
+    return ioReader.UnpackData(copy.empty() ? nullptr : copy.data(), copy.size());
+}
+
+PORTDataWriter* MakePort(int8_t iSlot, const char* iIp, const char* iGateway, int8_t iLocation,
+                         int8_t iSlotPort, bool iConfigured, bool iEmbedded, int8_t iNetwork,
+                         int8_t iStatus, int64_t iControllerIndex, int8_t iCardModel) {
+    auto* port = new PORTDataWriter;
+    port->SetSlotNumber(iSlot);
+    port->SetIpV4(iIp);
+    port->SetIpV4Netmask("255.255.255.0");
+    port->SetIpV4Gateway(iGateway);
+    port->SetTransportType(3);
+    port->SetPortLocation(iLocation);
+    port->SetSlotPortNumber(iSlotPort);
+    port->SetConfigured(iConfigured);
+    port->SetEmbedded(iEmbedded);
+    port->SetNetwork(iNetwork);
+    port->SetStatus(iStatus);
+    port->SetControllerIndex(iControllerIndex);
+    port->SetCardModel(iCardModel);
+    return port;
+}
+
+// One controller, one fault domain, two ports.
+std::unique_ptr<SCPortConfigDataWriter> MakeTree() {
+    auto* domain = new FAULTDomainDataWriter;
+    domain->SetId(2);
+    domain->SetIpV4("192.168.10.1");
+    domain->SetIpV4Netmask("255.255.255.0");
+    domain->SetIpV4Gateway("192.168.10.254");
+    domain->SetTransportType(3);
+    domain->SetEmbedded(true);
+    domain->AddPort(MakePort(4, "192.168.10.11", "192.168.10.254", 5, 6, true, false, 7, 8,
+                             0x0102030405060708LL, 9));
+    // A gateway that is no address travels as 0.0.0.0.
+    domain->AddPort(
+        MakePort(10, "192.168.10.12", "not-an-address", 11, 12, false, true, 13, -1, -2, 14));
+    auto* controller = new CONTROLLERPortDataWriter;
+    controller->AddFaultDomain(domain);
+    auto tree = std::make_unique<SCPortConfigDataWriter>();
+    tree->AddController(controller);
+    return tree;
+}
+
+const Bytes kTreeValue = {
+    0x01,                                            // controllers
+    0x01,                                            // fault domains
+    0x02,                                            // fault domain id
+    0xC0, 0xA8, 0x0A, 0x01,                          // 192.168.10.1
+    0xFF, 0xFF, 0xFF, 0x00,                          // 255.255.255.0
+    0xC0, 0xA8, 0x0A, 0xFE,                          // 192.168.10.254
+    0x02, 0x03, 0x01,                                // ports, transport, embedded
+    0x04,                                            // port 1: slot
+    0xC0, 0xA8, 0x0A, 0x0B,                          // 192.168.10.11
+    0xFF, 0xFF, 0xFF, 0x00,                          //
+    0xC0, 0xA8, 0x0A, 0xFE,                          //
+    0x03, 0x05, 0x06, 0x01, 0x00, 0x07, 0x08,        // transport .. status
+    0x08, 0x07, 0x06, 0x05, 0x04, 0x03, 0x02, 0x01,  // controller index, little-endian
+    0x09,                                            // card model
+    0x0A,                                            // port 2: slot
+    0xC0, 0xA8, 0x0A, 0x0C,                          // 192.168.10.12
+    0xFF, 0xFF, 0xFF, 0x00,                          //
+    0x00, 0x00, 0x00, 0x00,                          // unparsable gateway
+    0x03, 0x0B, 0x0C, 0x00, 0x01, 0x0D, 0xFF,        // transport .. status -1
+    0xFE, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF,  // controller index -2
+    0x0E,                                            // card model
+    0x00, 0x00, 0x00, 0x00, 0x00, 0x00};             // 3 bytes of slack a port
+
+TEST(PortConfigRecord, OneControllerOneDomainTwoPortsIsTheTableLayout) {
+    ASSERT_EQ(kTreeValue.size(), 82u);
+    auto tree = MakeTree();
+    EXPECT_EQ(tree->GetPackedSizeBytes(), 82u);
+
+    SETUPTlv tlv(CHOOSE_TLV_SIZE_BY_VERSION(MESSAGE_VERSION_4));
+    tree->AddToTLV(tlv, 31);
+    Bytes entry = {0x1F, 0x00, 0x52};
+    entry.insert(entry.end(), kTreeValue.begin(), kTreeValue.end());
+    EXPECT_EQ(EntryOf(tlv), entry);
+    EXPECT_EQ(tlv.getTlvBytesUsed(), 2 + 3 + 82);
+
+    // Read back through the iterator, as a Hello response is parsed.
+    SETUPTlvIterator it(tlv);
+    ASSERT_EQ(it.getType(), 31);
+    SCPortConfigDataReader reader;
+    EXPECT_TRUE(reader.UnpackData(it.getValue(), it.getLen()));
+    ASSERT_EQ(reader.GetNumberOfControllers(), 1);
+    CONTROLLERPortDataReader* controller = reader.GetController(0);
+    ASSERT_NE(controller, nullptr);
+    ASSERT_EQ(controller->GetNumberOfFaultDomains(), 1);
+    FAULTDomainDataReader* domain = controller->GetFaultDomain(0);
+    ASSERT_NE(domain, nullptr);
+    EXPECT_EQ(domain->GetId(), 2);
+    EXPECT_EQ(domain->GetIpV4(), "192.168.10.1");
+    EXPECT_EQ(domain->GetIpV4Netmask(), "255.255.255.0");
+    EXPECT_EQ(domain->GetIpV4Gateway(), "192.168.10.254");
+    EXPECT_EQ(domain->GetTransportType(), 3);
+    EXPECT_TRUE(domain->GetEmbedded());
+    ASSERT_EQ(domain->GetNumberOfPorts(), 2);
+
+    PORTDataReader* first = domain->GetPort(0);
+    PORTDataReader* second = domain->GetPort(1);
+    ASSERT_NE(first, nullptr);
+    ASSERT_NE(second, nullptr);
+    EXPECT_EQ(first->GetSlotNumber(), 4);
+    EXPECT_EQ(first->GetIpV4(), "192.168.10.11");
+    EXPECT_EQ(first->GetIpV4Netmask(), "255.255.255.0");
+    EXPECT_EQ(first->GetIpV4Gateway(), "192.168.10.254");
+    EXPECT_EQ(first->GetTransportType(), 3);
+    EXPECT_EQ(first->GetPortLocation(), 5);
+    EXPECT_EQ(first->GetSlotPortNumber(), 6);
+    EXPECT_TRUE(first->GetConfigured());
+    EXPECT_FALSE(first->GetEmbedded());
+    EXPECT_EQ(first->GetNetwork(), 7);
+    EXPECT_EQ(first->GetStatus(), 8);
+    EXPECT_EQ(first->GetControllerIndex(), 0x0102030405060708LL);
+    EXPECT_EQ(first->GetCardModel(), 9);
+    EXPECT_EQ(second->GetSlotNumber(), 10);
+    EXPECT_EQ(second->GetIpV4Gateway(), "0.0.0.0");
+    EXPECT_FALSE(second->GetConfigured());
+    EXPECT_TRUE(second->GetEmbedded());
+    EXPECT_EQ(second->GetStatus(), -1);  // bytes are signed
+    EXPECT_EQ(second->GetControllerIndex(), -2);
+    EXPECT_EQ(second->GetCardModel(), 14);
+
+    // Indexes past the lists answer null.
+    EXPECT_EQ(domain->GetPort(2), nullptr);
+    EXPECT_EQ(domain->GetPort(255), nullptr);
+    EXPECT_EQ(controller->GetFaultDomain(1), nullptr);
+    EXPECT_EQ(reader.GetController(1), nullptr);
+
+    // A repeated entry adds to the reader; the count is that of the last value.
+    EXPECT_TRUE(reader.UnpackData(it.getValue(), it.getLen()));
+    EXPECT_EQ(reader.GetNumberOfControllers(), 1);
+    EXPECT_NE(reader.GetController(1), nullptr);
+}
+
+TEST(PortConfigRecord, CountsOf128AndMoreReadNoChildren) {
+    // A domain whose port count is 0x80, followed by a whole port it must not read.
+    Bytes value = {0x01, 0x01, 0x07, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 0x80, 0x01, 0x00};
+    value.insert(value.end(), kTreeValue.begin() + 18, kTreeValue.begin() + 47);
+    SCPortConfigDataReader reader;
+    EXPECT_TRUE(UnpackExact(reader, value, value.size()));
+    FAULTDomainDataReader* domain = reader.GetController(0)->GetFaultDomain(0);
+    ASSERT_NE(domain, nullptr);
+    EXPECT_EQ(domain->GetId(), 7);
+    EXPECT_EQ(domain->GetNumberOfPorts(), -128);
+    EXPECT_EQ(domain->GetPort(0), nullptr);
+
+    for (unsigned char count : {0x80, 0xC8, 0xFF}) {
+        SCPortConfigDataReader top;
+        Bytes topValue = {count, 0x01, 0x00};
+        EXPECT_TRUE(UnpackExact(top, topValue, topValue.size()));
+        EXPECT_EQ(top.GetController(0), nullptr) << int(count);
+    }
+
+    // A writer's count keeps only the low byte while every port is still packed: 130 ports
+    // announce -126 and the reader takes none; 257 announce 1 and it takes one.
+    for (int ports : {130, 257}) {
+        FAULTDomainDataWriter writer;
+        for (int i = 0; i < ports; ++i) {
+            auto port = std::make_unique<PORTDataWriter>();
+            port->SetSlotNumber(static_cast<int8_t>(i));
+            writer.AddPort(std::move(port));
+        }
+        std::vector<char> packed = writer.Pack();
+        ASSERT_EQ(packed.size(), 16u + 32u * ports);
+        EXPECT_EQ(static_cast<unsigned char>(packed[13]), ports & 0xFF);
+        FAULTDomainDataReader back;
+        EXPECT_TRUE(back.UnpackData(packed.data(), packed.size()));
+        EXPECT_EQ(back.GetPort(0) != nullptr, ports == 257);
+        EXPECT_EQ(back.GetPort(1), nullptr);
+    }
+}
+
+TEST(PortConfigRecord, ShortEntriesReadNothingPastTheEntry) {
+    // Every cut of the 76 bytes of data drops the controller whose tree no longer fits.
+    for (size_t length = 0; length < 76; ++length) {
+        SCPortConfigDataReader reader;
+        EXPECT_FALSE(UnpackExact(reader, kTreeValue, length)) << length;
+        EXPECT_EQ(reader.GetNumberOfControllers(), 0) << length;
+        EXPECT_EQ(reader.GetController(0), nullptr) << length;
+    }
+    // A count that promises more than the entry holds keeps the whole records before it.
+    Bytes value = kTreeValue;
+    value[1] = 0x03;  // three fault domains, one present
+    SCPortConfigDataReader reader;
+    EXPECT_FALSE(UnpackExact(reader, value, 76));
+    CONTROLLERPortDataReader* controller = reader.GetController(0);
+    EXPECT_EQ(reader.GetNumberOfControllers(), 0);
+    EXPECT_EQ(controller, nullptr);
+    CONTROLLERPortDataReader direct;
+    EXPECT_FALSE(UnpackExact(direct, Bytes(value.begin() + 1, value.end()), 75));
+    EXPECT_EQ(direct.GetNumberOfFaultDomains(), 1);
+    FAULTDomainDataReader* kept = direct.GetFaultDomain(0);
+    ASSERT_NE(kept, nullptr);
+    EXPECT_EQ(kept->GetNumberOfPorts(), 2);
+    EXPECT_EQ(direct.GetFaultDomain(1), nullptr);
+
+    // A domain cut inside its own record: the port count it did read promises nothing.
+    FAULTDomainDataReader cutDomain;
+    EXPECT_FALSE(UnpackExact(cutDomain, Bytes(kTreeValue.begin() + 2, kTreeValue.end()), 15));
+    EXPECT_EQ(cutDomain.GetNumberOfPorts(), 0);
+    EXPECT_EQ(cutDomain.GetIpV4Gateway(), "192.168.10.254");
+    EXPECT_EQ(cutDomain.GetPort(0), nullptr);
+
+    // A lone port cut short reads zeros for the missing fields.
+    PORTDataReader port;
+    Bytes portBytes(kTreeValue.begin() + 18, kTreeValue.begin() + 47);
+    EXPECT_FALSE(UnpackExact(port, portBytes, 20));
+    EXPECT_EQ(port.GetIpV4(), "192.168.10.11");
+    EXPECT_EQ(port.GetControllerIndex(), 0);
+    EXPECT_EQ(port.GetCardModel(), 0);
+}
+
+TEST(ConfigurationStepRecord, StepsAreByteExactAndCountsCannotOverreach) {
+    CONFIGURATIONStepWriter writer;
+    writer.AddStep(1, 0);
+    writer.AddStep(3, 1);
+    writer.AddStep(7, 2);
+    EXPECT_EQ(writer.GetPackedSizeBytes(), 10u);
+    SETUPTlv tlv(CHOOSE_TLV_SIZE_BY_VERSION(MESSAGE_VERSION_5));
+    writer.AddToTLV(tlv, 3);
+    const Bytes entry = {0x03, 0x00, 0x0A, 0x03, 0x00, 0x00, 0x00,
+                         0x01, 0x00, 0x03, 0x01, 0x07, 0x02};
+    EXPECT_EQ(EntryOf(tlv), entry);
+
+    CONFIGURATIONStepReader reader;
+    SETUPTlvIterator it(tlv);
+    EXPECT_TRUE(reader.UnpackData(it.getValue(), it.getLen()));
+    ASSERT_EQ(reader.GetNumberOfSteps(), 3u);
+    EXPECT_EQ(reader.GetStep(1).configurationStepId, 3);
+    EXPECT_EQ(reader.GetStep(1).configurationStepStatus, 1);
+    EXPECT_EQ(reader.GetStep(2).configurationStepId, 7);
+    EXPECT_EQ(reader.GetStep(3).configurationStepId, 0);  // blank past the end
+    EXPECT_EQ(reader.GetStep(-1).configurationStepId, 0);
+
+    // The reader appends; the count is that of the last value.
+    const Bytes one = {0x01, 0x00, 0x00, 0x00, 0x0B, 0x03};
+    EXPECT_TRUE(UnpackExact(reader, one, one.size()));
+    EXPECT_EQ(reader.GetNumberOfSteps(), 1u);
+    EXPECT_EQ(reader.GetSteps().size(), 4u);
+    EXPECT_EQ(reader.GetStep(3).configurationStepId, 11);
+
+    // Five promised, two in the entry: the bytes behind the entry would make five and are
+    // not read.
+    const Bytes lying = {0x05, 0x00, 0x00, 0x00, 0x01, 0x00, 0x02,
+                         0x00, 0x03, 0x00, 0x04, 0x00, 0x05, 0x00};
+    CONFIGURATIONStepReader shortReader;
+    EXPECT_FALSE(UnpackExact(shortReader, lying, 8));
+    EXPECT_EQ(shortReader.GetNumberOfSteps(), 2u);
+    EXPECT_EQ(shortReader.GetStep(1).configurationStepId, 2);
+    EXPECT_EQ(shortReader.GetStep(2).configurationStepId, 0);
+    // A count of 2^32 - 1 and an odd byte: one step, then the end.
+    const Bytes huge = {0xFF, 0xFF, 0xFF, 0xFF, 0x09, 0x00, 0x0A};
+    CONFIGURATIONStepReader hugeReader;
+    EXPECT_FALSE(UnpackExact(hugeReader, huge, huge.size()));
+    EXPECT_EQ(hugeReader.GetNumberOfSteps(), 1u);
+    // No count at all.
+    CONFIGURATIONStepReader empty;
+    EXPECT_FALSE(UnpackExact(empty, huge, 3));
+    EXPECT_EQ(empty.GetNumberOfSteps(), 0u);
+}
+
+TEST(DiskRecord, DiskListIsByteExactAndBounded) {
+    DISKConfigDataWriter writer;
+    writer.AddDisk({1, 5, 0});
+    writer.AddDisk({2, 300, -1});
+    const Bytes expected = {0x02, 0,    0,    0,    0,    0,    0,    0,      // count
+                            0x01, 0,    0,    0,    0,    0,    0,    0,      // enclosure index
+                            0x05, 0,    0,    0,    0,    0,    0,    0,      // enclosure position
+                            0x00, 0,    0,    0,    0,    0,    0,    0,      // status
+                            0x02, 0,    0,    0,    0,    0,    0,    0,      //
+                            0x2C, 0x01, 0,    0,    0,    0,    0,    0,      // 300
+                            0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF};  // -1
+    EXPECT_EQ(writer.GetPackedSizeBytes(), 56u);
+    EXPECT_EQ(ToBytes(writer.Pack()), expected);
+
+    DISKConfigDataReader reader;
+    EXPECT_TRUE(UnpackExact(reader, expected, expected.size()));
+    ASSERT_EQ(reader.GetNumberOfDisks(), 2u);
+    EXPECT_EQ(reader.GetDisk(1).enclosurePosition, 300);
+    EXPECT_EQ(reader.GetDisk(1).diskStatus, -1);
+    EXPECT_EQ(reader.GetDisk(2).enclosureIndex, 0);
+
+    // A count of 2^63 over one and a half disks keeps one.
+    Bytes lying = expected;
+    lying[7] = 0x80;
+    DISKConfigDataReader shortReader;
+    EXPECT_FALSE(UnpackExact(shortReader, lying, 8 + 24 + 12));
+    EXPECT_EQ(shortReader.GetNumberOfDisks(), 1u);
+    EXPECT_EQ(shortReader.GetDisk(0).enclosurePosition, 5);
+    EXPECT_EQ(shortReader.GetDisk(1).enclosurePosition, 0);
+}
+
+TEST(DiskRecord, ExtendedDiskListIsByteExactAndBounded) {
+    EXPECT_EQ(rawStringLength(""), 2u);
+    DISKConfigExtra1DataWriter none;
+    EXPECT_EQ(none.GetPackedSizeBytes(), 8u);
+    EXPECT_EQ(ToBytes(none.Pack()), Bytes(8, 0));
+
+    DISKConfigExtra1DataWriter writer;
+    RAWDiskDataExtra1 disk;
+    disk.diskclass = "SSD";
+    disk.product = "X1";
+    disk.disksize = 0x1000000000LL;
+    disk.healthy = 1;
+    writer.AddDisk(disk);
+    writer.AddDisk(RAWDiskDataExtra1{});  // three empty strings take 2 bytes each
+    const Bytes expected = {0x02, 0,    0,    0,    0,    0, 0, 0,  // count
+                            0x03, 0x00, 'S',  'S',  'D',            // class
+                            0x02, 0x00, 'X',  '1',                  // product
+                            0x00, 0x00,                             // revision, empty
+                            0,    0,    0,    0,    0x10, 0, 0, 0,  // size
+                            0x01,                                   // healthy
+                            0x00, 0x00, 0x00, 0x00, 0x00,  // second disk: three empty strings
+                            0x00, 0,    0,    0,    0,    0, 0, 0, 0,  // size, health
+                            0x00};
+    ASSERT_EQ(writer.GetPackedSizeBytes(), expected.size());
+    EXPECT_EQ(ToBytes(writer.Pack()), expected);
+
+    DISKConfigExtra1DataReader reader;
+    EXPECT_TRUE(UnpackExact(reader, expected, expected.size()));
+    ASSERT_EQ(reader.GetNumberOfDisks(), 2u);
+    EXPECT_EQ(reader.GetDisk(0).diskclass, "SSD");
+    EXPECT_EQ(reader.GetDisk(0).product, "X1");
+    EXPECT_EQ(reader.GetDisk(0).revision, "");
+    EXPECT_EQ(reader.GetDisk(0).disksize, 0x1000000000LL);
+    EXPECT_EQ(reader.GetDisk(0).healthy, 1);
+    EXPECT_EQ(reader.GetDisk(1).product, "");
+    EXPECT_EQ(reader.GetDisk(5).diskclass, "");
+
+    // A string that claims more than the entry holds ends the list before that disk.
+    for (size_t length = 8; length < expected.size(); ++length) {
+        DISKConfigExtra1DataReader cut;
+        EXPECT_FALSE(UnpackExact(cut, expected, length)) << length;
+        EXPECT_EQ(cut.GetNumberOfDisks(), length < 28 ? 0u : 1u) << length;
+    }
+    Bytes lying = expected;
+    lying[8] = 0xF4;
+    lying[9] = 0x01;  // a class of 500 bytes
+    DISKConfigExtra1DataReader liar;
+    EXPECT_FALSE(UnpackExact(liar, lying, lying.size()));
+    EXPECT_EQ(liar.GetNumberOfDisks(), 0u);
+    EXPECT_EQ(liar.GetDisk(0).diskclass, "");
+
+    // A text of 65536 bytes keeps all its bytes but loses its length's high bits, and such
+    // a record is too long for an entry, so it is not pushed.
+    DISKConfigExtra1DataWriter big;
+    RAWDiskDataExtra1 wide;
+    wide.diskclass.assign(65536, 'a');
+    big.AddDisk(wide);
+    std::vector<char> packed = big.Pack();
+    ASSERT_EQ(packed.size(), 8u + 65538u + 2u + 2u + 9u);
+    EXPECT_EQ(packed[8], 0);
+    EXPECT_EQ(packed[9], 0);
+    SETUPTlv tlv(MAX_TLV_DATA_SIZE);
+    big.AddToTLV(tlv, 3);
+    EXPECT_EQ(tlv.getTlvBytesUsed(), 2);
+}
+
+SETUPTlv MakeBlock(const std::string& iSerial, uint16_t iNode) {
+    SETUPTlv block(MAX_TLV_DATA_SIZE);
+    block.pushBackEntry(7, static_cast<uint16_t>(iSerial.size()), iSerial.data());
+    char node[2];
+    PutLE16(node, iNode);
+    block.pushBackEntry(34, 2, node);
+    return block;
+}
+
+TEST(ControllerInfoRecord, NestedBlocksRoundTrip) {
+    SETUPTlv top = MakeBlock("SN-TOP", 1);
+    SETUPTlv empty(MAX_TLV_DATA_SIZE);
+    ControllerInfoDataWriter writer;
+    writer.AddController(top);
+    writer.AddController(empty);
+    writer.AddController(MakeBlock("SN-BOTTOM-LONGER", 2));
+
+    const Bytes expectedHead = {0x03, 0x00, 0x00, 0x00,  // three blocks
+                                0x00, 0x10,              // 16 bytes in use
+                                0x07, 0x00, 0x06, 'S',  'N',  '-', 'T', 'O', 'P',  //
+                                0x22, 0x00, 0x02, 0x01, 0x00,                      // node 1
+                                0x00, 0x02};                                       // empty block
+    ASSERT_EQ(writer.GetPackedSizeBytes(), 4u + 16u + 2u + 26u);
+    SETUPTlv hello(CHOOSE_TLV_SIZE_BY_VERSION(MESSAGE_VERSION_4));
+    writer.AddToTLV(hello, 41);
+    SETUPTlvIterator it(hello);
+    ASSERT_EQ(it.getType(), 41);
+    ASSERT_EQ(it.getLen(), 48);
+    const unsigned char* value = reinterpret_cast<const unsigned char*>(it.getValue());
+    EXPECT_EQ(Bytes(value, value + expectedHead.size()), expectedHead);
+
+    ControllerInfoDataReader reader;
+    EXPECT_TRUE(reader.UnpackData(it.getValue(), it.getLen()));
+    ASSERT_EQ(reader.GetNumberOfControllers(), 3u);
+    ControllerInfo* first = reader.GetController(0);
+    ASSERT_NE(first, nullptr);
+    EXPECT_EQ(first->mControllerTlv.getTlvBytesUsed(), 16);
+    EXPECT_EQ(memcmp(first->mControllerTlv.getTlvBuffer(), top.getTlvBuffer(), 16), 0);
+    EXPECT_EQ(reader.GetController(1)->mControllerTlv.getTlvBytesUsed(), 2);
+    SETUPTlvIterator inner(reader.GetController(2)->mControllerTlv);
+    ASSERT_EQ(inner.getType(), 7);
+    EXPECT_EQ(std::string(inner.getValue(), inner.getLen()), "SN-BOTTOM-LONGER");
+    ASSERT_TRUE(inner.next());
+    EXPECT_EQ(inner.getType(), 34);
+    EXPECT_FALSE(inner.next());
+    EXPECT_EQ(reader.GetController(3), nullptr);
+    EXPECT_EQ(reader.GetController(-1), nullptr);
+
+    // Packing what was read gives the same bytes again.
+    ControllerInfoDataWriter again;
+    for (signed char i = 0; i < 3; ++i)
+        again.AddController(reader.GetController(i)->mControllerTlv);
+    EXPECT_EQ(ToBytes(again.Pack()), Bytes(value, value + it.getLen()));
+}
+
+TEST(ControllerInfoRecord, LyingLengthsAndCountsStopAtTheEntry) {
+    // Count 4, one good block, then a block that claims more than is left.
+    Bytes value = {0x04, 0x00, 0x00, 0x00, 0x00, 0x05, 0x01,
+                   0x00, 0x00, 0x00, 0x40, 0x01, 0x00, 0x00};
+    ControllerInfoDataReader reader;
+    EXPECT_FALSE(UnpackExact(reader, value, value.size()));
+    EXPECT_EQ(reader.GetNumberOfControllers(), 1u);
+    EXPECT_EQ(reader.GetController(0)->mControllerTlv.getTlvBytesUsed(), 5);
+    EXPECT_EQ(reader.GetController(1), nullptr);
+
+    // Blocks whose length cannot even hold itself end the list rather than loop on it.
+    for (unsigned char length : {0x00, 0x01}) {
+        Bytes zero = {0xFF, 0xFF, 0xFF, 0xFF, 0x00, length, 0x00, 0x02};
+        ControllerInfoDataReader looping;
+        EXPECT_FALSE(UnpackExact(looping, zero, zero.size()));
+        EXPECT_EQ(looping.GetNumberOfControllers(), 0u);
+    }
+    // A length byte cut in half.
+    Bytes half = {0x01, 0x00, 0x00, 0x00, 0x00};
+    ControllerInfoDataReader cut;
+    EXPECT_FALSE(UnpackExact(cut, half, half.size()));
+    EXPECT_EQ(cut.GetNumberOfControllers(), 0u);
+}
+
+class SampleObject : public TLVObject {
+public:
+    using TLVObject::TLVObject;
+    std::string GetPrintableValue() override { return "sample"; }
+    size_t GetLength() override { return 0; }
+    void AddToTLV(SETUPTlv& ioTlv) override { ioTlv.pushBackEntry(mId, 0, nullptr); }
+};
+
+TEST(TlvObject, AddressesMapsAndValidity) {
+    uint32_t address = TLVObject::IpStringToBytes("10.1.2.3");
+    unsigned char bytes[4];
+    memcpy(bytes, &address, 4);
+    EXPECT_EQ(Bytes(bytes, bytes + 4), (Bytes{10, 1, 2, 3}));  // network order
+    EXPECT_EQ(TLVObject::BytesToIpString(address), "10.1.2.3");
+    EXPECT_EQ(TLVObject::BytesToIpString(TLVObject::IpStringToBytes("255.255.255.255")),
+              "255.255.255.255");
+    for (const char* bad : {"300.1.1.1", "", "1.2.3", "fe80::1", "1.2.3.4 "}) {
+        EXPECT_EQ(TLVObject::IpStringToBytes(bad), 0u) << bad;
+        EXPECT_EQ(TLVObject::BytesToIpString(TLVObject::IpStringToBytes(bad)), "0.0.0.0");
+    }
+
+    SETUPTlv tlv(64);
+    SETUPTlvIterator none(tlv);
+    SampleObject fromEmpty(none, Type_Raw);
+    EXPECT_FALSE(fromEmpty.IsValid());
+    SampleObject first(uint8_t{5}, Type_Int);
+    first.AddToTLV(tlv);
+    SETUPTlvIterator it(tlv);
+    SampleObject fromEntry(it, Type_String);
+    EXPECT_TRUE(fromEntry.IsValid());
+    EXPECT_EQ(fromEntry.GetTlvId(), 5);
+    EXPECT_EQ(fromEntry.GetType(), Type_String);
+
+    std::map<uint8_t, TLVObject*> values;
+    ToMap(values, &first);
+    ToMap(values, &fromEntry);  // same id: replaces
+    ToMap(values, nullptr);
+    ASSERT_EQ(values.size(), 1u);
+    EXPECT_EQ(values[5], &fromEntry);
+}
+
+}  // namespace
