@@ -1,0 +1,78 @@
+// Adapter records and a device whose session could not be opened; no network needed.
+#include "LSWConfig4/unix/Adapter.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstring>
+#include <string>
+
+namespace {
+
+const unsigned char kMac[6] = {0x02, 0x11, 0x22, 0x33, 0x44, 0x55};
+
+TEST(ZelAdapter, RecordCopiesAndCutsItsTexts) {
+    std::string longName(300, 'n');
+    longName[254] = 'x';  // the last character kept
+    CZelAdapter a(kMac, longName.c_str(), "wiz7", nullptr);
+    EXPECT_EQ(0, memcmp(a.m_addr, kMac, 6));
+    EXPECT_EQ(255u, strlen(a.m_msname));
+    EXPECT_EQ('x', a.m_msname[254]);
+    EXPECT_STREQ("wiz7", a.m_pcapname);
+    EXPECT_STREQ("", a.m_description);  // libpcap gave none
+    EXPECT_EQ(nullptr, a.m_next);
+
+    CZelAdapter b(kMac, "eth1", "eth1", "Ethernet port 1");
+    EXPECT_STREQ("Ethernet port 1", b.m_description);
+}
+
+TEST(ZelAdapter, FreeListReleasesEveryRecord) {
+    CZelAdapter* head = new CZelAdapter(kMac, "a", "a", nullptr);
+    head->m_next = new CZelAdapter(kMac, "b", "b", nullptr);
+    head->m_next->m_next = new CZelAdapter(kMac, "c", "c", nullptr);
+    CZelAdapter::FreeList(head);  // the sanitizer build reports any record left behind
+    CZelAdapter::FreeList(nullptr);
+}
+
+TEST(ZelAdapter, MacTextOnlyForAnInterfaceThatHasOne) {
+    char text[ZEL_MAC_ADDR_STRING_SIZE];
+    memcpy(text, "untouched", 10);
+    EXPECT_FALSE(GetMACAddrString("no-such-if0", text));
+    EXPECT_FALSE(GetMACAddrString(nullptr, text));
+    // The loopback has a link-layer address of six zero bytes.
+    ASSERT_TRUE(GetMACAddrString("lo", text));
+    EXPECT_STREQ("00:00:00:00:00:00", text);
+}
+
+TEST(CL2Device, FailedSessionRefusesAtOnce) {
+    EXPECT_EQ(nullptr, CL2::GetInterface(kMac, "no-such-if0"));
+    EXPECT_EQ(nullptr, CL2::GetInterface(kMac, "no-such-if0", true));
+    EXPECT_EQ(nullptr, CL2::GetInterface(kMac, nullptr));
+
+    CL2_Inner device(kMac, "no-such-if0");
+    EXPECT_FALSE(device.IsOpen());
+    EXPECT_NE(nullptr, strstr(device.LastError(), "no-such-if0"));
+
+    unsigned char buf[64];
+    memset(buf, 0xEE, sizeof(buf));
+    auto before = std::chrono::steady_clock::now();
+    EXPECT_EQ(-1, device.Read(buf, sizeof(buf), DEFAULT_IO_TIMEOUT));
+    // It must not wait out its timeout on a session that isn't there.
+    EXPECT_LT(std::chrono::steady_clock::now() - before, std::chrono::seconds(1));
+    EXPECT_EQ(0xEE, buf[0]);
+
+    EXPECT_EQ(-1, device.Write(buf, sizeof(buf)));
+    EXPECT_EQ(-1, device.Poll(1));
+    struct pcap_stat stats;
+    EXPECT_FALSE(device.GetPcapStats(&stats));
+    device.GetPcapStats();  // traces the failure, nothing more
+
+    unsigned char mac[6] = {};
+    device.getMacAddr(mac);
+    EXPECT_EQ(0, memcmp(mac, kMac, 6));
+    const unsigned char mcast[6] = {0x01, 0x09, 0x8A, 0x00, 0x00, 0x01};
+    const unsigned char snap[8] = {0xAA, 0xAA, 0x03, 0x00, 0x09, 0x8A, 0x00, 0x01};
+    EXPECT_EQ(0, device.setfilter(mcast, snap));
+}
+
+}  // namespace

@@ -1,0 +1,128 @@
+#include "support/NetnsPeer.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sched.h>
+#include <signal.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <cstdlib>
+#include <thread>
+#include <vector>
+
+bool NetnsBed::FromEnvironment(NetnsBed& oBed, std::string& oWhy) {
+    const char* wiz = getenv("ARRAYSETUP_NETNS_WIZ");
+    const char* ctl = getenv("ARRAYSETUP_NETNS_CTL");
+    const char* pairs = getenv("ARRAYSETUP_NETNS_PAIRS");
+    if (!wiz || !ctl || !pairs || !*wiz || !*ctl) {
+        oWhy = "not inside a test bed: run this program through scripts/netns-run";
+        return false;
+    }
+    oBed.wiz = wiz;
+    oBed.ctl = ctl;
+    oBed.pairs = atoi(pairs);
+    if (oBed.pairs < 1) {
+        oWhy = "ARRAYSETUP_NETNS_PAIRS is not a count of veth pairs";
+        return false;
+    }
+    return true;
+}
+
+NetnsPeer::NetnsPeer(const std::string& iNamespace, Body iBody) {
+    int ends[2];
+    if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0)
+        return;
+    pid_t pid = fork();
+    if (pid < 0) {
+        close(ends[0]);
+        close(ends[1]);
+        return;
+    }
+    if (pid == 0) {
+        close(ends[0]);
+        m_fd = ends[1];
+        m_pid = 0;
+        std::string path = "/var/run/netns/" + iNamespace;
+        int ns = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+        if (ns < 0 || setns(ns, CLONE_NEWNET) != 0)
+            _exit(kCannotEnterNamespace);
+        close(ns);
+        int status = kBodyThrew;
+        try {
+            status = iBody(*this);
+        } catch (...) {
+            status = kBodyThrew;
+        }
+        // No exit handlers: they belong to the parent's copy of this process.
+        _exit(status);
+    }
+    close(ends[1]);
+    m_fd = ends[0];
+    m_pid = pid;
+}
+
+NetnsPeer::~NetnsPeer() {
+    if (m_pid > 0) {
+        kill(m_pid, SIGKILL);
+        waitpid(m_pid, nullptr, 0);
+    }
+    if (m_fd >= 0)
+        close(m_fd);
+}
+
+bool NetnsPeer::Send(const void* iData, size_t iLength) {
+    if (m_fd < 0)
+        return false;
+    ssize_t sent;
+    do {
+        sent = send(m_fd, iData, iLength, MSG_NOSIGNAL);
+    } while (sent < 0 && errno == EINTR);
+    return sent == static_cast<ssize_t>(iLength);
+}
+
+bool NetnsPeer::Receive(std::string& oMessage, int iTimeoutMs) {
+    oMessage.clear();
+    if (m_fd < 0)
+        return false;
+    struct pollfd p = {m_fd, POLLIN, 0};
+    int ready;
+    do {
+        ready = poll(&p, 1, iTimeoutMs);
+    } while (ready < 0 && errno == EINTR);
+    if (ready <= 0)
+        return false;
+    std::vector<char> buf(65536);
+    ssize_t got;
+    do {
+        got = recv(m_fd, buf.data(), buf.size(), 0);
+    } while (got < 0 && errno == EINTR);
+    if (got <= 0)
+        return false;
+    oMessage.assign(buf.data(), static_cast<size_t>(got));
+    return true;
+}
+
+int NetnsPeer::Wait(int iTimeoutMs) {
+    if (m_pid <= 0)
+        return -1;
+    auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(iTimeoutMs);
+    for (;;) {
+        int status = 0;
+        pid_t done = waitpid(m_pid, &status, WNOHANG);
+        if (done == m_pid) {
+            m_pid = -1;
+            return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+        }
+        if (done < 0 && errno != EINTR) {
+            m_pid = -1;
+            return -1;
+        }
+        if (std::chrono::steady_clock::now() >= deadline)
+            return -1;
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+}
