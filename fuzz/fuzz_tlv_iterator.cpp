@@ -1,0 +1,83 @@
+// An arbitrary block, received in one or two pieces, walked, copied, assigned and extended.
+//
+// Input: a mode byte (block size: version 4, version 5, or exactly the rest of the input),
+// a byte that says where the rest is split into two received bodies, then the body bytes.
+// The bodies are then read again as pairs of (type, length) to push as new entries.
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+
+#include "LSWConfig4/ByteCursor.h"
+#include "LSWConfig4/SetupTLV.h"
+#include "LSWConfig4/setupMessage.h"
+
+namespace {
+
+void Check(bool iCondition) {
+    if (!iCondition)
+        abort();
+}
+
+void Walk(const SETUPTlv& iTlv) {
+    const char* start = iTlv.getTlvBuffer();
+    const char* end = start + iTlv.getTlvAllocatedSize();
+    size_t steps = 0;
+    for (SETUPTlvIterator it(iTlv); it.getType() != 0; it.next()) {
+        Check(it.getValue() >= start && it.getValue() + it.getLen() <= end);
+        Check(++steps <= iTlv.getTlvBufferSize());
+        volatile char sink = 0;
+        for (uint16_t i = 0; i < it.getLen(); ++i)
+            sink = static_cast<char>(sink ^ it.getValue()[i]);
+    }
+    unsigned char sum[4];
+    iTlv.calculateChecksum(sum);
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    if (size < 2)
+        return 0;
+    const char* body = reinterpret_cast<const char*>(data + 2);
+    const size_t bodyLen = size - 2;
+    uint32_t blockSize = 0;
+    switch (data[0] % 3) {
+        case 0:
+            blockSize = CHOOSE_TLV_SIZE_BY_VERSION(MESSAGE_VERSION_4);
+            break;
+        case 1:
+            blockSize = CHOOSE_TLV_SIZE_BY_VERSION(MESSAGE_VERSION_5);
+            break;
+        default:
+            blockSize = static_cast<uint32_t>(bodyLen < 2 ? 2 : bodyLen > 65535 ? 65535 : bodyLen);
+            break;
+    }
+    const size_t split = bodyLen ? data[1] % (bodyLen + 1) : 0;
+    const uint16_t first = static_cast<uint16_t>(split > 65535 ? 65535 : split);
+    const uint16_t second =
+        static_cast<uint16_t>(bodyLen - split > 65535 ? 65535 : bodyLen - split);
+
+    SETUPTlv tlv(blockSize);
+    tlv.appendTlvDataFromMessage(body, first);
+    tlv.appendTlvDataFromMessage(body + split, second);
+    Walk(tlv);
+
+    SETUPTlv copy(tlv);
+    Walk(copy);
+    SETUPTlv assigned(16);
+    assigned = tlv;
+    Walk(assigned);
+
+    // Push entries named by the input; values come from a buffer as long as any length.
+    static const char kValues[65535] = {};
+    ByteCursor cursor(body, bodyLen);
+    for (int n = 0; n < 64 && cursor.remaining() >= 3; ++n) {
+        uint8_t type = cursor.readU8();
+        uint16_t len = cursor.readBE16();
+        tlv.pushBackEntry(type, len, kValues);
+        copy.pushBackEntry(type, len, kValues);
+    }
+    Walk(tlv);
+    Walk(copy);
+    return 0;
+}
