@@ -297,6 +297,10 @@ SetupAPIMessageHandler::ReadResult SetupAPIMessageHandler::parseSinglePacketInMu
         return READ_SUCCESS;
     }
     if (entry == partialMessages.end()) {
+        if (partialMessages.size() >= MAX_PARTIAL_MESSAGES) {
+            ZelOutputDebugPrint(HERE, "Too many partial messages, dropping the oldest");
+            partialMessages.erase(partialMessages.begin());
+        }
         auto part = std::make_shared<SetupAPIMessagePart>(iMsghdr, iVlanid,
                                                           iPayloadhdr.dataChecksum, numBlobs);
         entry = partialMessages.insert(key, part).first;

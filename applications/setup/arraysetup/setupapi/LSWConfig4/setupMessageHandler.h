@@ -97,6 +97,10 @@ public:
 
     // Seconds a partial message is kept.
     static const int PARTIAL_MESSAGE_TIMEOUT = 15;
+    // An exchange has a message or two in flight; a flood of fragments with ever new
+    // checksums must not grow memory (each part reserves up to 255 frames) without bound,
+    // so past this many the oldest partial message gives way.
+    static constexpr size_t MAX_PARTIAL_MESSAGES = 64;
 
     int32_t WriteSetupAPIMessage(DEVICEIoHandler& iIOHandler, const SetupAPIMessage& iMsg);
     // The controller's side: a body of one status byte.

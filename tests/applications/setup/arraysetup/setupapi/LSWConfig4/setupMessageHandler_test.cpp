@@ -463,6 +463,27 @@ TEST_F(MessageRead, HostilePlacesAndLengthsAreDropped) {
     EXPECT_EQ(Read(), Handler::READ_SUCCESS);
 }
 
+TEST_F(MessageRead, AFloodOfPartialMessagesKeepsOnlyTheNewest) {
+    // First fragments of ever new messages: each would hold a part until it ages out.
+    const size_t flood = Handler::MAX_PARTIAL_MESSAGES + 40;
+    for (size_t seed = 0; seed < flood; ++seed)
+        dev.QueueFrame(FromController(PAYLOADHeader::DISK_CONFIG_RSP, 4000, kCtrlMac,
+                                      static_cast<int>(seed))[0]);
+    EXPECT_EQ(Read(), Handler::ERROR_IOHANDLER_READ_PACKET);
+    EXPECT_EQ(handler.GetPartialMessages().size(), Handler::MAX_PARTIAL_MESSAGES);
+
+    // The newest one still completes; the oldest gave way and its rest opens a new part.
+    std::vector<Bytes> newest = FromController(PAYLOADHeader::DISK_CONFIG_RSP, 4000, kCtrlMac,
+                                               static_cast<int>(flood - 1));
+    Queue(newest, {1, 2});
+    ASSERT_EQ(Read(), Handler::READ_SUCCESS);
+    EXPECT_EQ(TlvBytes(*msg, 4000), ExpectedBody(4000, static_cast<int>(flood - 1)));
+    std::vector<Bytes> oldest = FromController(PAYLOADHeader::DISK_CONFIG_RSP, 4000);
+    Queue(oldest, {1, 2});
+    EXPECT_EQ(Read(), Handler::ERROR_IOHANDLER_READ_PACKET);
+    EXPECT_EQ(handler.GetPartialMessages().size(), Handler::MAX_PARTIAL_MESSAGES);
+}
+
 TEST_F(MessageRead, ACorruptFragmentFailsAtCompletionAndARetransmissionStartsClean) {
     std::vector<Bytes> frames = FromController(PAYLOADHeader::DISK_CONFIG_RSP, 4000);
     Bytes corrupt = frames[1];
