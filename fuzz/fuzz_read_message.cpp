@@ -14,6 +14,7 @@
 #include "LSWConfig4/setupMessageHandler.h"
 #include "support/ManualClock.h"
 #include "support/MemoryDevice.h"
+#include "support/QuietTracer.h"
 
 namespace {
 
@@ -36,6 +37,11 @@ void Walk(const SETUPTlv& iTlv) {
 }
 
 }  // namespace
+
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+    QuietTracer();
+    return 0;
+}
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (size < 1)

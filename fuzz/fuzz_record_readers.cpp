@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "LSWConfig4/tlvUtils.h"
+#include "support/QuietTracer.h"
 
 namespace {
 
@@ -127,6 +128,11 @@ void ControllerInfos(const Value& iValue) {
 }
 
 }  // namespace
+
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+    QuietTracer();
+    return 0;
+}
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (size == 0)

@@ -10,6 +10,7 @@
 #include "LSWConfig4/ByteCursor.h"
 #include "LSWConfig4/SetupTLV.h"
 #include "LSWConfig4/setupMessage.h"
+#include "support/QuietTracer.h"
 
 namespace {
 
@@ -34,6 +35,11 @@ void Walk(const SETUPTlv& iTlv) {
 }
 
 }  // namespace
+
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+    QuietTracer();
+    return 0;
+}
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (size < 2)

@@ -96,6 +96,12 @@ void ZelTraceT<T>::SetDbgPrintOnly(bool dbgPrintOnly) {
 }
 
 template <typename T>
+void ZelTraceT<T>::SetConfigPath(const char* configPath) {
+    m_configPath = configPath ? configPath : "";
+    ReadConfigSettings();
+}
+
+template <typename T>
 bool ZelTraceT<T>::SettingsChanged() {
     timespec ts{};
     GetSettingsTimestamp(&ts);

@@ -55,6 +55,9 @@ public:
     int TraceType() const { return m_TraceType; }
     bool SetupSucceeded() const { return m_SetupSuccess; }
     void SetDbgPrintOnly(bool dbgPrintOnly);
+    // Reads its settings from another file from now on; for tests and tools that must not
+    // depend on the product's configuration file.
+    void SetConfigPath(const char* configPath);
 
 protected:
     virtual bool GetSettingsTimestamp(timespec* ts) = 0;
