@@ -1,0 +1,712 @@
+// cellsim over real frames: this program runs in the wizard's namespace of a test bed
+// (scripts/netns-run) and talks through wiz0 with our own link layer, while the real cellsim
+// program answers on ctl0 in the controllers' namespace. Every test checks both what the
+// client decoded and what cellsim's event log says crossed the wire.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <memory>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "JsonLite.h"
+#include "LSWConfig4/setupMessage.h"
+#include "LSWConfig4/setupMessageHandler.h"
+#include "LSWConfig4/setupMsgV4.h"
+#include "LSWConfig4/tlvUtils.h"
+#include "LSWConfig4/unix/Adapter.h"
+#include "WizardSide.h"
+#include "support/NetnsPeer.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using Bytes = std::vector<unsigned char>;
+
+const unsigned char kTemplate[22] = MESSAGE_HEADER_INITIALIZER;
+
+bool MacOf(const char* iIfName, unsigned char* oMac) {
+    char text[ZEL_MAC_ADDR_STRING_SIZE];
+    if (!GetMACAddrString(iIfName, text))
+        return false;
+    unsigned v[6];
+    if (sscanf(text, "%x:%x:%x:%x:%x:%x", &v[0], &v[1], &v[2], &v[3], &v[4], &v[5]) != 6)
+        return false;
+    for (int i = 0; i < 6; ++i)
+        oMac[i] = static_cast<unsigned char>(v[i]);
+    return true;
+}
+
+std::string MacText(const unsigned char* iMac) {
+    char t[18];
+    snprintf(t, sizeof(t), "%02x:%02x:%02x:%02x:%02x:%02x", iMac[0], iMac[1], iMac[2], iMac[3],
+             iMac[4], iMac[5]);
+    return t;
+}
+
+std::string FileText(const std::string& iPath) {
+    std::ifstream in(iPath);
+    std::stringstream s;
+    s << in.rdbuf();
+    return s.str();
+}
+
+// The real cellsim, started in the controllers' namespace on ctl0.
+class Cellsim {
+public:
+    Cellsim(const NetnsBed& iBed, const std::string& iIni, bool iFromFile = false) {
+        char dir[] = "/tmp/cellsim-netns-XXXXXX";
+        if (!mkdtemp(dir))
+            return;
+        m_dir = dir;
+        m_log = m_dir + "/events.jsonl";
+        m_out = m_dir + "/stdout";
+        m_err = m_dir + "/stderr";
+        std::string config = iIni;
+        if (!iFromFile) {
+            config = m_dir + "/cell.ini";
+            std::ofstream f(config);
+            f << iIni;
+        }
+        pid_t pid = fork();
+        if (pid == 0) {
+            int out = open(m_out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+            int err = open(m_err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+            if (out >= 0)
+                dup2(out, 1);
+            if (err >= 0)
+                dup2(err, 2);
+            execlp("ip", "ip", "netns", "exec", iBed.ctl.c_str(), CELLSIM_BINARY, "--config",
+                   config.c_str(), "--interface", "ctl0", "--log", m_log.c_str(),
+                   static_cast<char*>(nullptr));
+            _exit(127);
+        }
+        m_pid = pid;
+    }
+    ~Cellsim() {
+        if (m_pid > 0) {
+            kill(m_pid, SIGKILL);
+            waitpid(m_pid, nullptr, 0);
+        }
+        for (const std::string& f : {m_log, m_out, m_err, m_dir + "/cell.ini"})
+            unlink(f.c_str());
+        if (!m_dir.empty())
+            rmdir(m_dir.c_str());
+    }
+
+    // True once the log says every session is open.
+    bool WaitReady(int iMs = 15000) {
+        auto deadline = Clock::now() + std::chrono::milliseconds(iMs);
+        while (Clock::now() < deadline) {
+            if (FileText(m_log).find("\"event\":\"ready\"") != std::string::npos)
+                return true;
+            int status = 0;
+            if (m_pid > 0 && waitpid(m_pid, &status, WNOHANG) == m_pid) {
+                m_pid = -1;
+                return false;
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        }
+        return false;
+    }
+
+    // Sends the signal and returns the exit status, or -1 if it died otherwise or hung.
+    int Stop(int iSignal = SIGTERM) {
+        if (m_pid <= 0)
+            return -1;
+        kill(m_pid, iSignal);
+        auto deadline = Clock::now() + std::chrono::seconds(5);
+        while (Clock::now() < deadline) {
+            int status = 0;
+            if (waitpid(m_pid, &status, WNOHANG) == m_pid) {
+                m_pid = -1;
+                return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        }
+        return -1;
+    }
+
+    std::vector<JsonValue> Events() const { return ReadEvents(m_log); }
+    std::string Stdout() const { return FileText(m_out); }
+    std::string Stderr() const { return FileText(m_err); }
+
+private:
+    pid_t m_pid = -1;
+    std::string m_dir, m_log, m_out, m_err;
+};
+
+// Records the packet ids of the frames the client reads, in order of arrival.
+class RecordingDevice : public DEVICEIoHandler {
+public:
+    explicit RecordingDevice(CL2& iDevice) : m_device(iDevice) {}
+    int Read(void* oBuf, uint32_t iCount, int iTimeout) override {
+        int n = m_device.Read(oBuf, iCount, iTimeout);
+        const auto* b = static_cast<const unsigned char*>(oBuf);
+        if (n >= 34 && iCount >= 34 && memcmp(b, m_mac, 6) == 0)
+            m_ids.push_back(b[29]);
+        return n;
+    }
+    int Write(const void* iBuf, uint32_t iCount) override { return m_device.Write(iBuf, iCount); }
+    int Poll(int iTimeout) override { return m_device.Poll(iTimeout); }
+    void getMacAddr(unsigned char* oMac) override { m_device.getMacAddr(oMac); }
+    void SetMac(const unsigned char* iMac) { memcpy(m_mac, iMac, 6); }
+
+    std::vector<int> m_ids;
+
+private:
+    CL2& m_device;
+    unsigned char m_mac[6] = {};
+};
+
+// The wizard's end: our packet device on wiz0 and the message layer.
+class Client {
+public:
+    Client() {
+        if (!MacOf("wiz0", m_mac))
+            return;
+        m_device.reset(CL2::GetInterface(m_mac, "wiz0"));
+        if (m_device) {
+            m_device->setfilter(kTemplate, kTemplate + 14);
+            m_recorder = std::make_unique<RecordingDevice>(*m_device);
+            m_recorder->SetMac(m_mac);
+        }
+    }
+    bool Ok() const { return m_device != nullptr; }
+    const unsigned char* Mac() const { return m_mac; }
+    std::vector<int>& FrameIds() { return m_recorder->m_ids; }
+
+    // To iDst, or to the discovery multicast when null.
+    bool Send(SetupAPIMessage& ioRequest, const unsigned char* iDst) {
+        ioRequest.msghdr.Reset(0, iDst, m_mac);
+        return m_handler.WriteSetupAPIMessage(*m_recorder, ioRequest) > 0;
+    }
+
+    // The next message of iOpcode within iSeconds (others are read past), or null; oLast is
+    // the last read result.
+    std::shared_ptr<SetupAPIMessage> Expect(u_short iOpcode, double iSeconds,
+                                            SetupAPIMessageHandler::ReadResult* oLast = nullptr) {
+        auto deadline = Clock::now() + std::chrono::milliseconds(static_cast<int>(iSeconds * 1000));
+        while (Clock::now() < deadline) {
+            std::shared_ptr<SetupAPIMessage> msg;
+            auto r = m_handler.ReadSetupAPIMessage(*m_recorder, msg, 1, false);
+            if (oLast)
+                *oLast = r;
+            if (r == SetupAPIMessageHandler::ERROR_CHECKSUM_FAILED)
+                return nullptr;
+            if (msg && msg->m_opcode == iOpcode)
+                return msg;
+        }
+        return nullptr;
+    }
+
+    // The messages of iOpcode that arrive within iSeconds, or the first iEnough of them.
+    std::vector<std::shared_ptr<SetupAPIMessage>> Collect(u_short iOpcode, double iSeconds,
+                                                          size_t iEnough = SIZE_MAX) {
+        std::vector<std::shared_ptr<SetupAPIMessage>> all;
+        auto deadline = Clock::now() + std::chrono::milliseconds(static_cast<int>(iSeconds * 1000));
+        while (Clock::now() < deadline && all.size() < iEnough) {
+            std::shared_ptr<SetupAPIMessage> msg;
+            m_handler.ReadSetupAPIMessage(*m_recorder, msg, 1, false);
+            if (msg && msg->m_opcode == iOpcode)
+                all.push_back(msg);
+        }
+        return all;
+    }
+
+    // True when nothing at all comes from iMac within iSeconds.
+    bool SilenceFrom(const unsigned char* iMac, double iSeconds) {
+        auto deadline = Clock::now() + std::chrono::milliseconds(static_cast<int>(iSeconds * 1000));
+        while (Clock::now() < deadline) {
+            std::shared_ptr<SetupAPIMessage> msg;
+            m_handler.ReadSetupAPIMessage(*m_recorder, msg, 1, false);
+            if (msg && memcmp(msg->msghdr.shost, iMac, 6) == 0)
+                return false;
+        }
+        return true;
+    }
+
+    // A setup response, read as the wizard reads it: the checksum of its one-byte body is
+    // not compared. -1 when none came.
+    int SetupStatus(int iSeconds) {
+        std::shared_ptr<SETUPResponse> resp;
+        if (m_handler.ReadSetupResponseMessage(*m_recorder, resp, iSeconds) !=
+                SetupAPIMessageHandler::READ_SUCCESS ||
+            !resp)
+            return -1;
+        return resp->m_status;
+    }
+
+private:
+    unsigned char m_mac[6] = {};
+    std::unique_ptr<CL2> m_device;
+    std::unique_ptr<RecordingDevice> m_recorder;
+    SetupAPIMessageHandler m_handler;
+};
+
+std::string Section(const std::string& iName, const std::string& iMac, const std::string& iMore) {
+    return "[controller " + iName + "]\nmac = " + iMac + "\nserial = SN-" + iName +
+           "\nservice_tag = NETTAG\n" + iMore + "\n";
+}
+
+const unsigned char kTop[6] = {0x02, 0xce, 0x5e, 0x00, 0x00, 0x01};
+const unsigned char kBottom[6] = {0x02, 0xce, 0x5e, 0x00, 0x00, 0x02};
+
+class CellsimNetns : public ::testing::Test {
+protected:
+    void SetUp() override {
+        std::string why;
+        ASSERT_TRUE(NetnsBed::FromEnvironment(m_bed, why)) << why;
+    }
+    NetnsBed m_bed;
+};
+
+std::string SerialOf(const std::shared_ptr<SetupAPIMessage>& iHello) {
+    return ReadHello(iHello->m_tlv).hardwareSerial;
+}
+
+}  // namespace
+
+TEST_F(CellsimNetns, HelloInBothVersionsCarriesEveryField) {
+    Cellsim sim(m_bed, "[cellsim]\ninterface = ignored0\n" +
+                           Section("top", "02:ce:5e:00:00:01",
+                                   "hardware_serial = HW-77\nmodel = 14\nfamily = 2\n"
+                                   "primary = true\ncanister = 2\nmodel_number = 3020\n"
+                                   "management_ip = 10.9.0.5\neth0_ip = 10.9.0.6\n"
+                                   "eth0_netmask = 255.255.0.0\neth0_gateway = 10.9.0.1\n"
+                                   "primary_dns = 10.9.0.53\nsecondary_dns = 10.9.0.54\n"
+                                   "bmc_ip = 10.9.1.6\nbmc_gateway = 10.9.1.1\n"
+                                   "bmc_netmask = 255.255.255.128\nmanagement_ipv6 = fd00::5\n"
+                                   "eth0_ipv6 = fd00::6\neth0_ipv6_prefix = 48\n"
+                                   "system_name = Lab Cell\ndomain_name = lab.test\n"
+                                   "ethernet_device = eth0\nraid_level = RAID10\nlocale = de_DE\n"
+                                   "software_version = 8.2.3\nlicensed_controllers = 2\n"
+                                   "iscsi_ports = 6\nunified_block_file = true\nvlan_id = 300\n"
+                                   "dcb_on = true\nstatus_error = 4\nblink = 1\n"
+                                   "fault_domain = id=1 ip=10.30.1.0 netmask=255.255.255.0 "
+                                   "gateway=10.30.1.1 transport=1 embedded=true\n"
+                                   "fault_domain = id=2 ip=10.30.2.0 netmask=255.255.255.0 "
+                                   "gateway=10.30.2.1 transport=1\n"
+                                   "port = fd=1 slot=1 slot_port=1 ip=10.30.1.11 "
+                                   "netmask=255.255.255.0 gateway=10.30.1.1 configured=true\n"
+                                   "port = fd=2 slot=1 slot_port=2 ip=10.30.2.11 status=1\n"));
+    ASSERT_TRUE(sim.WaitReady()) << sim.Stderr();
+    Client client;
+    ASSERT_TRUE(client.Ok());
+
+    for (u_short version : {MESSAGE_VERSION_4, MESSAGE_VERSION_5}) {
+        SCOPED_TRACE(version);
+        HELLORequest hello(version);
+        hello.m_tlv.pushBackEntry(HELLORequest::LOCALIZATION_PARAMETER, 5, "en_US");
+        ASSERT_TRUE(client.Send(hello, nullptr));
+        auto reply = client.Expect(PAYLOADHeader::HELLO_RSP, 3);
+        ASSERT_TRUE(reply);
+        EXPECT_EQ(version, reply->m_version);
+        EXPECT_EQ(0, memcmp(reply->msghdr.shost, kTop, 6));
+        EXPECT_EQ(0, memcmp(reply->msghdr.dhost, client.Mac(), 6));
+
+        HelloFacts h = ReadHello(reply->m_tlv);
+        EXPECT_EQ("NETTAG", h.serviceTag);
+        EXPECT_EQ("HW-77", h.hardwareSerial);
+        EXPECT_EQ(14, h.productVersion);
+        EXPECT_EQ(2, h.productFamily);
+        EXPECT_EQ(300, h.vlan);
+        EXPECT_TRUE(h.dcb);
+        EXPECT_EQ("10.9.0.5", h.mgmtIp);
+        EXPECT_EQ("10.9.0.6", h.eth0Ip);
+        EXPECT_EQ("255.255.0.0", h.eth0Netmask);
+        EXPECT_EQ("10.9.0.1", h.eth0Gateway);
+        EXPECT_EQ("fd00::5", h.mgmtIpv6);
+        EXPECT_EQ("fd00::6", h.eth0Ipv6);
+        EXPECT_EQ(48, h.prefix);
+        EXPECT_EQ("Lab Cell", h.systemName);
+        EXPECT_EQ("lab.test", h.domainName);
+        EXPECT_EQ("10.9.0.53", h.dns1);
+        EXPECT_EQ("10.9.0.54", h.dns2);
+        EXPECT_EQ(0u, h.publicKey.find("-----BEGIN RSA PUBLIC KEY-----"));
+        EXPECT_EQ(static_cast<int>(h.publicKey.size()), h.keyLength);
+        EXPECT_EQ(2, h.licensed);
+        EXPECT_EQ(6, h.iscsi);
+        EXPECT_FALSE(h.ipConfigured);
+        EXPECT_EQ("eth0", h.ethernet);
+        EXPECT_EQ("RAID10", h.raid);
+        EXPECT_EQ(8, h.major);
+        EXPECT_EQ(2, h.minor);
+        EXPECT_EQ(3, h.maintenance);
+        EXPECT_EQ("10.9.1.6", h.bmcIp);
+        EXPECT_EQ("10.9.1.1", h.bmcRoute);
+        EXPECT_EQ("255.255.255.128", h.bmcNetmask);
+        EXPECT_EQ(2, h.canister);
+        EXPECT_FALSE(h.initialized);
+        EXPECT_EQ(1, h.blink);
+        EXPECT_EQ(4, h.statusError);
+        EXPECT_EQ(3020, h.modelNum);
+        EXPECT_TRUE(h.primary);
+        EXPECT_TRUE(h.unified);
+        EXPECT_EQ("de_DE", h.locale);
+        ASSERT_EQ(1, h.ports->GetNumberOfControllers());
+        CONTROLLERPortDataReader* ctl = h.ports->GetController(0);
+        ASSERT_TRUE(ctl);
+        ASSERT_EQ(2, ctl->GetNumberOfFaultDomains());
+        FAULTDomainDataReader* fd2 = ctl->GetFaultDomain(1);
+        ASSERT_TRUE(fd2);
+        EXPECT_EQ(2, fd2->GetId());
+        EXPECT_EQ("10.30.2.1", fd2->GetIpV4Gateway());
+        ASSERT_EQ(1, fd2->GetNumberOfPorts());
+        EXPECT_EQ("10.30.2.11", fd2->GetPort(0)->GetIpV4());
+        EXPECT_EQ(2, fd2->GetPort(0)->GetSlotPortNumber());
+        EXPECT_TRUE(ctl->GetFaultDomain(0)->GetPort(0)->GetConfigured());
+    }
+
+    ASSERT_EQ(0, sim.Stop());
+    auto events = sim.Events();
+    auto rx = EventsOf(events, "rx", "HELLO_REQ");
+    auto tx = EventsOf(events, "tx", "HELLO_RSP");
+    ASSERT_EQ(2u, rx.size());
+    ASSERT_EQ(2u, tx.size());
+    EXPECT_EQ(4, (*rx[0])["version"].Int());
+    EXPECT_EQ(5, (*rx[1])["version"].Int());
+    EXPECT_EQ(MacText(client.Mac()), (*rx[0])["src"].Str());
+    EXPECT_EQ("01:09:8a:00:00:01", (*rx[0])["dst"].Str());
+    EXPECT_EQ("en_US", EntryValue(*rx[1], "LOCALIZATION_PARAMETER").Str());
+    EXPECT_EQ("02:ce:5e:00:00:01", (*tx[1])["src"].Str());
+    EXPECT_EQ(MacText(client.Mac()), (*tx[1])["dst"].Str());
+    EXPECT_EQ(1492, (*tx[0])["frames"][0]["wire"].Int());
+    EXPECT_EQ("10.9.0.5", EntryValue(*tx[0], "IPV4_MANAGEMENT_IP_ADDRESS").Str());
+    EXPECT_EQ("stop", events.back()["event"].Str());
+    EXPECT_EQ("SIGTERM", events.back()["reason"].Str());
+    for (const auto& e : events)
+        EXPECT_FALSE(e.Has("unparsed")) << e["unparsed"].Str();
+    EXPECT_NE(std::string::npos, sim.Stdout().find("HELLO_REQ v5 from " + MacText(client.Mac())));
+}
+
+TEST_F(CellsimNetns, TheExamplesStartAndAnswer) {
+    struct Example {
+        const char* file;
+        std::vector<std::string> v4, v5;  // serials heard for each Hello version
+    };
+    const Example examples[] = {
+        {"single.ini", {"1000001"}, {"1000001"}},
+        {"pair.ini", {"2000001", "2000002"}, {"2000001", "2000002"}},
+        {"pair-v4-peer.ini", {"3000001", "3000002"}, {"3000001"}},
+    };
+    Client client;
+    ASSERT_TRUE(client.Ok());
+    for (const Example& ex : examples) {
+        SCOPED_TRACE(ex.file);
+        Cellsim sim(m_bed, std::string(CELLSIM_EXAMPLES) + "/" + ex.file, /*from file*/ true);
+        ASSERT_TRUE(sim.WaitReady()) << sim.Stderr();
+        HELLORequest hello4(MESSAGE_VERSION_4), hello5(MESSAGE_VERSION_5);
+        ASSERT_TRUE(client.Send(hello4, nullptr));
+        ASSERT_TRUE(client.Send(hello5, nullptr));
+        std::vector<std::string> heard4, heard5;
+        size_t primaries = 0;
+        for (const auto& m :
+             client.Collect(PAYLOADHeader::HELLO_RSP, 4, ex.v4.size() + ex.v5.size())) {
+            (m->m_version == 4 ? heard4 : heard5).push_back(SerialOf(m));
+            primaries += ReadHello(m->m_tlv).primary ? 1 : 0;
+        }
+        std::sort(heard4.begin(), heard4.end());
+        std::sort(heard5.begin(), heard5.end());
+        EXPECT_EQ(ex.v4, heard4);
+        EXPECT_EQ(ex.v5, heard5);
+        EXPECT_EQ(2u, primaries) << "one primary per array, heard once per version";
+
+        EXPECT_EQ(0, sim.Stop(SIGINT));
+        auto events = sim.Events();
+        ASSERT_FALSE(events.empty());
+        EXPECT_EQ("SIGINT", events.back()["reason"].Str());
+        // Whoever did not answer heard the request and let it pass: the log says so.
+        size_t ignored = 0;
+        for (const JsonValue* rx : EventsOf(events, "rx", "HELLO_REQ"))
+            if (!(*rx)["answered"].boolean) {
+                ++ignored;
+                EXPECT_EQ("version 5 not spoken", (*rx)["reason"].Str());
+            }
+        EXPECT_EQ(ex.v4.size() - ex.v5.size(), ignored);
+        EXPECT_EQ(ex.v4.size() + ex.v5.size(), EventsOf(events, "tx", "HELLO_RSP").size());
+    }
+}
+
+TEST_F(CellsimNetns, SetupWithThePasswordFromTheHelloKeyThenStatusToCompletion) {
+    Cellsim sim(m_bed, Section("top", "02:ce:5e:00:00:01",
+                               "primary = true\n"
+                               "steps = SubmitLicense:InProgress SetUserPassword:ConfiguredNotRun\n"
+                               "steps = SubmitLicense:Complete SetUserPassword:InProgress\n"
+                               "steps = SubmitLicense:Complete SetUserPassword:Complete\n") +
+                           Section("bottom", "02:ce:5e:00:00:02", ""));
+    ASSERT_TRUE(sim.WaitReady()) << sim.Stderr();
+    Client client;
+    ASSERT_TRUE(client.Ok());
+
+    HELLORequest hello(5);
+    ASSERT_TRUE(client.Send(hello, nullptr));
+    std::string key;
+    for (const auto& m : client.Collect(PAYLOADHeader::HELLO_RSP, 3, 2))
+        if (memcmp(m->msghdr.shost, kTop, 6) == 0)
+            key = ReadHello(m->m_tlv).publicKey;
+    ASSERT_FALSE(key.empty());
+
+    const std::string password = "Adm1n pa$$word \xc3\xa9";
+    Bytes cipher = EncryptUnder(key, PasswordBlock(key, password));
+    ASSERT_EQ(256u, cipher.size());
+    SETUPRequest setup(5);
+    const char mgmt[4] = {10, 2, 0, 5}, top[4] = {10, 2, 0, 6}, bottom[4] = {10, 2, 0, 7},
+               mask[4] = {'\xff', '\xff', '\xff', 0}, gw[4] = {10, 2, 0, 1};
+    setup.m_tlv.pushBackEntry(SETUPRequest::IPV4_MANAGEMENT_IP_ADDRESS, 4, mgmt);
+    setup.m_tlv.pushBackEntry(SETUPRequest::TOP_CTRL_ETH0_IPV4_ADDRESS, 4, top);
+    setup.m_tlv.pushBackEntry(SETUPRequest::TOP_CTRL_ETH0_IPV4_NETMASK, 4, mask);
+    setup.m_tlv.pushBackEntry(SETUPRequest::TOP_CTRL_ETH0_IPV4_DEFAULT_GATEWAY, 4, gw);
+    setup.m_tlv.pushBackEntry(SETUPRequest::BOTTOM_CTRL_ETH0_IPV4_ADDRESS, 4, bottom);
+    setup.m_tlv.pushBackEntry(SETUPRequest::BOTTOM_CTRL_ETH0_IPV4_DEFAULT_GATEWAY, 4, gw);
+    setup.m_tlv.pushBackEntry(SETUPRequest::BOTTOM_CTRL_ETH0_IPV4_NETMASK, 4, mask);
+    setup.m_tlv.pushBackEntry(SETUPRequest::DEFAULT_USER_PASSWORD, 256,
+                              reinterpret_cast<const char*>(cipher.data()));
+    FAULTDomainDataWriter* fd = new FAULTDomainDataWriter();
+    fd->SetId(1);
+    fd->SetIpV4("10.40.1.0");
+    PORTDataWriter* port = new PORTDataWriter();
+    port->SetSlotPortNumber(3);
+    port->SetIpV4("10.40.1.13");
+    fd->AddPort(port);
+    CONTROLLERPortDataWriter* ctl = new CONTROLLERPortDataWriter();
+    ctl->AddFaultDomain(fd);
+    SCPortConfigDataWriter tree;
+    tree.AddController(ctl);
+    tree.AddToTLV(setup.m_tlv, SETUPRequest::PORT_CONFIG_DATA);
+    ASSERT_TRUE(client.Send(setup, kTop));
+    EXPECT_EQ(0, client.SetupStatus(3));
+
+    // Both controllers of the array now say they are initialized, with their addresses.
+    HELLORequest again(5);
+    ASSERT_TRUE(client.Send(again, nullptr));
+    auto answers = client.Collect(PAYLOADHeader::HELLO_RSP, 3, 2);
+    ASSERT_EQ(2u, answers.size());
+    for (const auto& m : answers) {
+        HelloFacts h = ReadHello(m->m_tlv);
+        EXPECT_TRUE(h.initialized && h.ipConfigured) << h.hardwareSerial;
+        EXPECT_EQ(memcmp(m->msghdr.shost, kTop, 6) == 0 ? "10.2.0.6" : "10.2.0.7", h.eth0Ip);
+        EXPECT_EQ("10.2.0.5", h.mgmtIp);
+    }
+
+    // Polls walk the step lists until nothing is left unfinished.
+    int polls = 0;
+    bool done = false;
+    std::vector<int> passwordStep;
+    while (!done && polls < 6) {
+        ++polls;
+        CONFIGURATIONStatusRequest poll(5);
+        ASSERT_TRUE(client.Send(poll, kTop));
+        auto reply = client.Expect(PAYLOADHeader::CONFIG_STATUS_RSP, 3);
+        ASSERT_TRUE(reply);
+        CONFIGURATIONStepReader steps;
+        for (SETUPTlvIterator it(reply->m_tlv); it.getType() != 0; it.next())
+            if (it.getType() == 3)
+                steps.UnpackData(it.getValue(), it.getLen());
+        ASSERT_EQ(2u, steps.GetNumberOfSteps());
+        EXPECT_EQ(1, steps.GetStep(0).configurationStepId);
+        EXPECT_EQ(9, steps.GetStep(1).configurationStepId);
+        passwordStep.push_back(steps.GetStep(1).configurationStepStatus);
+        done = steps.GetStep(0).configurationStepStatus == 0 &&
+               steps.GetStep(1).configurationStepStatus == 0;
+    }
+    EXPECT_TRUE(done);
+    EXPECT_EQ(3, polls);
+    EXPECT_EQ((std::vector<int>{2, 1, 0}), passwordStep);
+
+    ASSERT_EQ(0, sim.Stop());
+    auto events = sim.Events();
+    auto rx = EventsOf(events, "rx", "SETUP_REQ");
+    ASSERT_EQ(1u, rx.size());
+    EXPECT_EQ("top", (*rx[0])["controller"].Str());
+    EXPECT_EQ(password, (*rx[0])["password"].Str());
+    EXPECT_EQ("ok", (*rx[0])["password_check"].Str());
+    EXPECT_EQ(0, (*rx[0])["setup_status"].Int());
+    EXPECT_EQ("10.2.0.7", EntryValue(*rx[0], "BOTTOM_CTRL_ETH0_IPV4_ADDRESS").Str());
+    const JsonValue& tree2 = EntryValue(*rx[0], "PORT_CONFIG_DATA");
+    EXPECT_EQ("10.40.1.13", tree2["controllers"][0]["fault_domains"][0]["ports"][0]["ip"].Str());
+    auto tx = EventsOf(events, "tx", "SETUP_RSP");
+    ASSERT_EQ(1u, tx.size());
+    EXPECT_EQ(0, (*tx[0])["status"].Int());
+    auto polled = EventsOf(events, "tx", "CONFIG_STATUS_RSP");
+    ASSERT_EQ(3u, polled.size());
+    EXPECT_EQ("Complete", EntryValue(*polled[2], "CONFIGURATION_STEPS")[1]["state"].Str());
+    EXPECT_NE(std::string::npos, sim.Stdout().find("password ok"));
+}
+
+TEST_F(CellsimNetns, TwoHundredDisksArriveInSeveralFramesAndReadBackWhole) {
+    Cellsim sim(m_bed, Section("top", "02:ce:5e:00:00:01", "disk_count = 200\n") +
+                           Section("rev", "02:ce:5e:00:00:02",
+                                   "disk_count = 200\nreverse_fragments = true\n"));
+    ASSERT_TRUE(sim.WaitReady()) << sim.Stderr();
+    Client client;
+    ASSERT_TRUE(client.Ok());
+
+    std::vector<std::vector<int>> order;
+    for (const unsigned char* mac : {kTop, kBottom}) {
+        client.FrameIds().clear();
+        DISKConfigurationRequest request(5);
+        ASSERT_TRUE(client.Send(request, mac));
+        auto reply = client.Expect(PAYLOADHeader::DISK_CONFIG_RSP, 3);
+        ASSERT_TRUE(reply);
+        DISKConfigDataReader plain;
+        DISKConfigExtra1DataReader extended;
+        for (SETUPTlvIterator it(reply->m_tlv); it.getType() != 0; it.next()) {
+            if (it.getType() == 2) {
+                EXPECT_TRUE(plain.UnpackData(it.getValue(), it.getLen()));
+            }
+            if (it.getType() == 3) {
+                EXPECT_TRUE(extended.UnpackData(it.getValue(), it.getLen()));
+            }
+        }
+        ASSERT_EQ(200u, plain.GetNumberOfDisks());
+        ASSERT_EQ(200u, extended.GetNumberOfDisks());
+        for (size_t i = 0; i < 200; ++i) {
+            EXPECT_EQ(static_cast<int64_t>(i / 24), plain.GetDisks()[i].enclosureIndex);
+            EXPECT_EQ(static_cast<int64_t>(i % 24), plain.GetDisks()[i].enclosurePosition);
+        }
+        EXPECT_EQ("SIM-HDD-4T", extended.GetDisks()[199].product);
+        order.push_back(client.FrameIds());
+    }
+    ASSERT_GT(order[0].size(), 1u);
+    std::vector<int> ascending, descending;
+    for (size_t i = 0; i < order[0].size(); ++i) {
+        ascending.push_back(static_cast<int>(i + 1));
+        descending.push_back(static_cast<int>(order[0].size() - i));
+    }
+    EXPECT_EQ(ascending, order[0]) << "frames arrive in order";
+    EXPECT_EQ(descending, order[1]) << "reverse_fragments sends the last frame first";
+
+    // A version 4 request gets what one frame holds.
+    DISKConfigurationRequest v4(4);
+    ASSERT_TRUE(client.Send(v4, kTop));
+    auto small = client.Expect(PAYLOADHeader::DISK_CONFIG_RSP, 3);
+    ASSERT_TRUE(small);
+    EXPECT_EQ(4, small->m_version);
+
+    ASSERT_EQ(0, sim.Stop());
+    auto events = sim.Events();
+    auto tx = EventsOf(events, "tx", "DISK_CONFIG_RSP");
+    ASSERT_EQ(3u, tx.size());
+    EXPECT_EQ(order[0].size(), (*tx[0])["frames"].Size());
+    EXPECT_EQ(static_cast<long long>(order[0].size()), (*tx[1])["frames"][0]["id"].Int());
+    EXPECT_EQ(1u, (*tx[2])["frames"].Size());
+    EXPECT_LT((*tx[2])["disks"].Int(), 200);
+    EXPECT_EQ(200, (*tx[2])["disks_configured"].Int());
+}
+
+TEST_F(CellsimNetns, BlinkAnswersAndPrejoinIsRecordedWithoutAReply) {
+    Cellsim sim(m_bed, Section("top", "02:ce:5e:00:00:01",
+                               "blink = 0\nblink_status = 5\nblink_follows_command = true\n"
+                               "versions = 4\n"));
+    ASSERT_TRUE(sim.WaitReady()) << sim.Stderr();
+    Client client;
+    ASSERT_TRUE(client.Ok());
+
+    BLINKRequest blink(4);
+    const char on = 1;
+    blink.m_tlv.pushBackEntry(BLINKRequest::BLINK_REQUEST_STATUS, 1, &on);
+    ASSERT_TRUE(client.Send(blink, kTop));
+    auto reply = client.Expect(PAYLOADHeader::BLINK_RSP, 3);
+    ASSERT_TRUE(reply);
+    int status = -1, value = -1;
+    for (SETUPTlvIterator it(reply->m_tlv); it.getType() != 0; it.next()) {
+        ByteCursor c(it.getValue(), it.getLen());
+        if (it.getType() == 1)
+            status = static_cast<int>(c.readLE32());
+        if (it.getType() == 2)
+            value = c.readLE16();
+    }
+    EXPECT_EQ(5, status);
+    EXPECT_EQ(1, value);
+
+    PREJOINRequest prejoin(4);
+    ASSERT_TRUE(client.Send(prejoin, kTop));
+    EXPECT_TRUE(client.SilenceFrom(kTop, 1.0)) << "a prejoin has no reply";
+
+    // The blink state shows in the next Hello.
+    HELLORequest hello(4);
+    ASSERT_TRUE(client.Send(hello, nullptr));
+    auto h = client.Expect(PAYLOADHeader::HELLO_RSP, 3);
+    ASSERT_TRUE(h);
+    EXPECT_EQ(1, ReadHello(h->m_tlv).blink);
+
+    ASSERT_EQ(0, sim.Stop());
+    auto events = sim.Events();
+    auto pj = EventsOf(events, "rx", "PREJOIN_REQ");
+    ASSERT_EQ(1u, pj.size());
+    EXPECT_TRUE((*pj[0])["recorded"].boolean);
+    EXPECT_EQ(4, (*pj[0])["version"].Int());
+    EXPECT_EQ("02:ce:5e:00:00:01", (*pj[0])["dst"].Str());
+    EXPECT_EQ(2u, EventsOf(events, "tx").size()) << "the blink and the Hello replies only";
+    auto bl = EventsOf(events, "tx", "BLINK_RSP");
+    ASSERT_EQ(1u, bl.size());
+    EXPECT_EQ(1, (*bl[0])["blink_value"].Int());
+}
+
+TEST_F(CellsimNetns, EachFaultHasItsEffectOnTheWire) {
+    Cellsim sim(m_bed, Section("drop", "02:ce:5e:00:00:11", "drop_every = 2\n") +
+                           Section("slow", "02:ce:5e:00:00:12", "delay_ms = 1200\n") +
+                           Section("bad", "02:ce:5e:00:00:13", "corrupt_checksum = true\n") +
+                           Section("mute", "02:ce:5e:00:00:14", "answer_first = 1\n"));
+    ASSERT_TRUE(sim.WaitReady()) << sim.Stderr();
+    Client client;
+    ASSERT_TRUE(client.Ok());
+    const unsigned char drop[6] = {0x02, 0xce, 0x5e, 0, 0, 0x11};
+    const unsigned char slow[6] = {0x02, 0xce, 0x5e, 0, 0, 0x12};
+    const unsigned char bad[6] = {0x02, 0xce, 0x5e, 0, 0, 0x13};
+    const unsigned char mute[6] = {0x02, 0xce, 0x5e, 0, 0, 0x14};
+    auto ask = [&](const unsigned char* iMac, double iWait,
+                   SetupAPIMessageHandler::ReadResult* oLast = nullptr) {
+        BLINKRequest r(5);
+        EXPECT_TRUE(client.Send(r, iMac));
+        return client.Expect(PAYLOADHeader::BLINK_RSP, iWait, oLast) != nullptr;
+    };
+
+    // Every second reply is dropped.
+    EXPECT_TRUE(ask(drop, 2));
+    EXPECT_FALSE(ask(drop, 1.0));
+    EXPECT_TRUE(ask(drop, 2));
+
+    // A delayed reply comes, but late.
+    auto began = Clock::now();
+    EXPECT_TRUE(ask(slow, 4));
+    EXPECT_GE(Clock::now() - began, std::chrono::milliseconds(1100));
+
+    // A spoiled checksum fails the wizard's check.
+    SetupAPIMessageHandler::ReadResult last = SetupAPIMessageHandler::READ_SUCCESS;
+    EXPECT_FALSE(ask(bad, 2, &last));
+    EXPECT_EQ(SetupAPIMessageHandler::ERROR_CHECKSUM_FAILED, last);
+
+    // One answer, then silence.
+    EXPECT_TRUE(ask(mute, 2));
+    EXPECT_FALSE(ask(mute, 1.0));
+
+    ASSERT_EQ(0, sim.Stop());
+    auto events = sim.Events();
+    auto drops = EventsOf(events, "drop");
+    ASSERT_EQ(1u, drops.size());
+    EXPECT_EQ("drop", (*drops[0])["controller"].Str());
+    EXPECT_EQ(2, (*drops[0])["request"].Int());
+    auto silent = EventsOf(events, "silent");
+    ASSERT_EQ(1u, silent.size());
+    EXPECT_EQ("mute", (*silent[0])["controller"].Str());
+    bool sawDelay = false, sawCorrupt = false;
+    for (const JsonValue* tx : EventsOf(events, "tx", "BLINK_RSP")) {
+        sawDelay = sawDelay || (*tx)["delay_ms"].Int() == 1200;
+        sawCorrupt = sawCorrupt || (*tx)["corrupt_checksum"].boolean;
+    }
+    EXPECT_TRUE(sawDelay && sawCorrupt);
+}
