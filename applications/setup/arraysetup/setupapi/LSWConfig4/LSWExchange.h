@@ -1,0 +1,83 @@
+#ifndef LSWCONFIG4_LSWEXCHANGE_H
+#define LSWCONFIG4_LSWEXCHANGE_H
+
+// The one shape of the unicast exchanges: open a session on the adapter, filter it, send
+// the request once to the controller's MAC, then read until a reply is handled, the
+// device gives up or the time is over. The exchanges differ only in their words, their
+// read and their handler.
+
+#include <functional>
+#include <memory>
+
+#include "LSWConfig4/setupMessageHandler.h"
+
+class CL2;
+class CZelAdapter;
+class DEVICEIoHandler;
+class SetupAPIMessage;
+
+// How one exchange words each failure. A null text is neither written nor traced. The
+// traces of the opening steps may hold one "%s", the adapter's capture name.
+struct UNICASTWording {
+    const char* request;   // "Sending <request> request to: ..."
+    const char* openDiag;  // no session on the adapter
+    const char* openTrace;
+    int openResult;
+    const char* filterDiag;  // filter refused
+    const char* filterTrace;
+    int filterResult;
+    const char* nullRequestTrace;  // no request to send
+    const char* sendDiag;          // the frame did not leave
+    const char* sendTrace;
+    const char* emptyDiag;      // the device's read gave nothing
+    const char* timedOutDiag;   // the reply came after the time was over
+    const char* timedOutTrace;  // "%d": the timeout in seconds
+};
+
+extern const UNICASTWording g_SetupWording;
+extern const UNICASTWording g_PollWording;
+extern const UNICASTWording g_DiskInfoWording;
+extern const UNICASTWording g_BlinkWording;
+extern const UNICASTWording g_PreJoinWording;
+
+// Shared by every exchange that reads.
+extern const char* const g_ReadTimeoutDiag;
+extern const char* const g_ChecksumDiag;
+
+// The exchange's own part of the reading. Each callable works on the message that the
+// exchange holds for the length of one run.
+struct UNICASTReply {
+    // One read of the message layer, with the exchange's whole timeout.
+    std::function<SetupAPIMessageHandler::ReadResult(SetupAPIMessageHandler&, DEVICEIoHandler&,
+                                                     int)>
+        read;
+    // Whether the message just read is the awaited reply.
+    std::function<bool()> valid;
+    // 0 ends the exchange with success; anything else goes back to reading.
+    std::function<long()> handle;
+};
+
+// Opens a session on the adapter into ioDev (deleting what ioDev held) and sets the
+// unicast filter. 0, or the wording's result of the step that failed; oDiag holds
+// SETUP_MSG_SETUP_RSP_DIAG_SIZE bytes.
+int OpenUnicastSession(CZelAdapter* iAdapter, const UNICASTWording& iWording, CL2*& ioDev,
+                       char* oDiag);
+
+// From the null-request test on: addresses the request from the device's own MAC to iMac,
+// sends it, and, unless iReply is null (fire and forget), reads until the reply decides.
+// 0 when a reply was handled (or sent, without iReply), else -1 with oDiag filled as the
+// wording says.
+int ConverseUnicast(DEVICEIoHandler& iDev, SetupAPIMessage* ioRequest, const unsigned char* iMac,
+                    const UNICASTWording& iWording, const UNICASTReply* iReply, int iTimeout,
+                    char* oDiag);
+
+// Both of the above: what the exchanges' run(timeout) does.
+int RunUnicastExchange(CZelAdapter* iAdapter, CL2*& ioDev, SetupAPIMessage* ioRequest,
+                       const unsigned char* iMac, const UNICASTWording& iWording,
+                       const UNICASTReply* iReply, int iTimeout, char* oDiag);
+
+// Adds the locale to a request as entry iCode, cut as a 256-byte field would keep it; an
+// empty locale adds nothing. False when the entry did not fit.
+bool AttachLocale(SetupAPIMessage& ioRequest, uint8_t iCode, const std::string& iLocale);
+
+#endif

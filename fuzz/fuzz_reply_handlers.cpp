@@ -1,0 +1,84 @@
+// One received reply handed to the handler of the poll, disk information or blink exchange.
+//
+// Input: a byte that picks the exchange (low two bits) and the message version (bit 2: 4 or
+// 5), a byte that, when odd, gives the reply another exchange's opcode, then the TLV block
+// from its two-byte total length on, held in an allocation of exactly its size.
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <memory>
+
+#include "LSWConfig4/LSWDiscovery4.h"
+#include "LSWConfig4/SetupTLV.h"
+#include "LSWConfig4/setupMsgV4.h"
+#include "support/QuietTracer.h"
+
+namespace {
+
+void Check(bool iCondition) {
+    if (!iCondition)
+        abort();
+}
+
+const unsigned char kMac[6] = {0x00, 0xC0, 0xDD, 0x01, 0x02, 0x0A};
+
+}  // namespace
+
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+    QuietTracer();
+    return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    if (size < 4 || size - 2 > 0xFFFF)
+        return 0;
+    const unsigned which = data[0] & 3u;
+    const u_short version = (data[0] & 4u) ? MESSAGE_VERSION_5 : MESSAGE_VERSION_4;
+    const bool foreign = (data[1] & 1u) != 0;
+    const uint8_t* body = data + 2;
+    const size_t length = size - 2;
+
+    static const u_short kOpcodes[3] = {PAYLOADHeader::CONFIG_STATUS_RSP,
+                                        PAYLOADHeader::DISK_CONFIG_RSP, PAYLOADHeader::BLINK_RSP};
+    u_short opcode = kOpcodes[which % 3];
+    if (foreign)
+        opcode = kOpcodes[(which + 1) % 3];
+
+    auto msg = std::make_shared<SetupAPIMessage>(opcode, version);
+    msg->m_tlv = SETUPTlv(static_cast<uint32_t>(length));
+    msg->m_tlv.appendTlvDataFromMessage(reinterpret_cast<const char*>(body),
+                                        static_cast<uint16_t>(length));
+    msg->msghdr.Reset(0, nullptr, kMac);
+
+    switch (which % 3) {
+        case 0: {
+            CPollMsg poll(nullptr, nullptr, kMac);
+            Check(poll.packet_handler(msg) == 0);
+            CONFIGURATIONStepReader& reader = poll.GetConfigurationStepReader();
+            Check(reader.GetNumberOfSteps() <= reader.GetSteps().size());
+            Check(poll.GetErrorMessageText().size() < length);
+            Check(poll.GetConfigurationStatusResponseCode() <= 0xFFFF);
+            break;
+        }
+        case 1: {
+            CDiskInfo disks(nullptr, nullptr, kMac);
+            Check(disks.packet_handler(msg) == 0);
+            Check(disks.GetErrorState() <= 0xFFFF || disks.GetErrorState() == 4294967295u);
+            DISKConfigDataReader& plain = disks.GetDiskConfigDataReader();
+            DISKConfigExtra1DataReader& extra = disks.GetDiskConfigExtra1DataReader();
+            Check(plain.GetNumberOfDisks() <= plain.GetDisks().size());
+            Check(extra.GetNumberOfDisks() <= extra.GetDisks().size());
+            for (const auto& d : extra.GetDisks())
+                Check(d.diskclass.size() + d.product.size() + d.revision.size() < length);
+            break;
+        }
+        default: {
+            CBlink4 blink(nullptr, nullptr, kMac);
+            int result = blink.packet_handler(msg);
+            Check(result == (foreign ? 1 : 0));
+            Check(blink.getBlinkValue() >= 0 && blink.getBlinkValue() <= 0xFFFF);
+            break;
+        }
+    }
+    return 0;
+}

@@ -1,0 +1,818 @@
+// Controller, array and record objects: setters and their odd corners, every validation
+// rule with its text, array order and state, the fold into the primary, and the copies.
+#include "LSWConfig4/LSWConfigModel.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "LSWConfig4/LSWConfigMgr.h"
+#include "LSWConfig4/tlvUtils.h"
+#include "LSWConfig4/unix/Adapter.h"
+
+namespace {
+
+using Controller = std::shared_ptr<CLSWVesperController>;
+using Bytes = std::vector<unsigned char>;
+
+CZelIpAddress Ip(const char* text) {
+    CZelIpAddress a;
+    EXPECT_FALSE(ipStringToAddr(&a, text)) << text;
+    return a;
+}
+
+std::string Text(const CZelIpAddress& a) {
+    char buf[64];
+    return ipAddrToString(&a, buf, sizeof(buf));
+}
+
+// A controller that passes every rule; tests break one thing at a time.
+Controller Good(const std::string& hw = "HW1", const char* address = "10.0.0.10") {
+    auto c = std::make_shared<CLSWVesperController>();
+    c->setHWAddress(hw);
+    c->SetSerialNumberFromController("SN-" + hw);
+    c->setServiceTag("TAG");
+    c->setMgmtIp4Address("10.0.0.5");
+    c->setEth0Ip4Address(address);
+    c->setEth0Ip4Netmask("255.255.255.0");
+    c->setEth0Ip4Gateway("10.0.0.1");
+    c->setPrimaryDns("8.8.8.8");
+    c->setSecondaryDns("8.8.4.4");
+    c->SetProductVersionFromController(ClswDefs::SYS_TARGET_QUILLBROOK_MODEL_QB2000);
+    return c;
+}
+
+// A discovered controller for the array's ordering rules.
+Controller Seen(const std::string& serial, const std::string& hw, unsigned char lastMac,
+                bool initialized = false, bool ipConfigured = false) {
+    auto c = std::make_shared<CLSWVesperController>();
+    const unsigned char mac[6] = {0x00, 0x09, 0x8A, 0x10, 0x20, lastMac};
+    c->SetMACAddressFromController(mac);
+    c->SetSerialNumberFromController(serial);
+    c->SetHardwareSNFromController(hw);
+    c->SetIsInitializedFromController(initialized);
+    c->SetIsIpConfigured(ipConfigured);
+    return c;
+}
+
+std::string Validated(const Controller& c, long expectCode) {
+    std::string msg = "stale";
+    EXPECT_EQ(c->Validate(msg), expectCode);
+    return msg;
+}
+
+std::shared_ptr<ClswPortConfigData> Port(unsigned int network, const char* ip) {
+    auto p = std::make_shared<ClswPortConfigData>();
+    p->setNetwork(network);
+    p->setIpv4Address(ip);
+    return p;
+}
+
+// A fault domain record on the wire: 16 bytes, then 29 a port.
+Bytes DomainBytes(unsigned char id, std::vector<Bytes> ports) {
+    Bytes b = {id,  10, 1,  0, 1, 255, 255,
+               255, 0,  10, 1, 0, 254, static_cast<unsigned char>(ports.size()),
+               2,   0};
+    for (const auto& p : ports)
+        b.insert(b.end(), p.begin(), p.end());
+    return b;
+}
+
+Bytes PortBytes(unsigned char slot, unsigned char lastOctet) {
+    return {slot, 10,   1,    0,    lastOctet, 255,  255,  255,  0, 0, 0, 0, 0,  // gateway 0.0.0.0
+            3,    4,    5,    1,    0,         6,    0xFF,        // ... network, status
+            0xFE, 0xFF, 0xFF, 0xFF, 0xFF,      0xFF, 0xFF, 0xFF,  // controller index -2
+            9};
+}
+
+}  // namespace
+
+TEST(VesperController, StartValuesAndOperatorSetters) {
+    CLSWVesperController c;
+    EXPECT_EQ(c.getBlinkValue(), -1);
+    EXPECT_EQ(c.getControllerModelNum(), 999u);
+    EXPECT_EQ(c.getDiscoveryErrorStatus(), 0u);
+    EXPECT_EQ(c.getControllerIndex(), -1);
+    EXPECT_FALSE(c.isInitialized());
+    EXPECT_EQ(c.GetIdType(), CLSWVesperController::NONE);
+    EXPECT_EQ(c.GetAdapterInfo(), nullptr);
+    EXPECT_EQ(Bytes(c.GetMACAddr(), c.GetMACAddr() + 6), Bytes(6, 0));
+
+    c.setControllerIndex(2);  // refused: only 0 and 1
+    EXPECT_EQ(c.getControllerIndex(), -1);
+    c.setControllerIndex(1);
+    EXPECT_EQ(c.getControllerIndex(), 1);
+    EXPECT_EQ(c.GetIdType(), CLSWVesperController::INDEX);
+    c.setHWAddress("HWX");
+    EXPECT_EQ(c.GetIdType(), CLSWVesperController::HW);
+
+    c.setEth0Ip6AddrPrefix(64);
+    c.setEth0Ip6AddrPrefix(256);
+    EXPECT_EQ(c.GetEth0Ip6AddrPrefix(), 64);
+
+    // An empty gateway reads back as "0.0.0.0" and leaves the value as it was.
+    c.setEth0Ip4Gateway("10.0.0.1");
+    c.setEth0Ip4Gateway("");
+    EXPECT_EQ(c.getEth0Ip4Gateway(), "0.0.0.0");
+    EXPECT_EQ(Text(c.GetEth0Ip4GatewayValue()), "10.0.0.1");
+
+    // Bad text stays in the twin; the value keeps its older content.
+    c.setEth0Ip4Address("10.0.0.10");
+    c.setEth0Ip4Address("abc");
+    EXPECT_EQ(c.getEth0Ip4Address(), "abc");
+    EXPECT_EQ(Text(c.GetEth0Ip4AddressValue()), "10.0.0.10");
+
+    // The IPv6 setters parse as IPv4: an IPv6 text never reaches the value, a dotted one does.
+    c.setEth0Ip6Address("fe80::1");
+    EXPECT_EQ(c.getEth0Ip6Address(), "fe80::1");
+    EXPECT_FALSE(c.GetEth0Ip6AddressValue().valid());
+    c.setMgmtIp6Address("10.9.9.9");
+    EXPECT_EQ(Text(c.GetMgmtIp6AddressValue()), "10.9.9.9");
+
+    // The management processor's IPv6 gateway getter reads the address's text.
+    c.setBmcIp6Address("2001:db8::5");
+    c.setBmcIp6Gateway("2001:db8::1");
+    EXPECT_EQ(c.getBmcIp6Gateway(), "2001:db8::5");
+}
+
+TEST(VesperController, DiscoveredValues) {
+    CLSWVesperController c;
+    c.SetMgmtIp4AddressFromController(Ip("10.0.0.5"));
+    c.SetMgmtIp4AddressFromController(Ip("0.0.0.0"));  // none reported: ignored
+    EXPECT_EQ(c.getMgmtIp4Address(), "10.0.0.5");
+    c.SetEth0Ip4GatewayFromController(Ip("0.0.0.0"));
+    EXPECT_EQ(c.getEth0Ip4Gateway(), "");
+    c.SetBMCIPv4DefaultRouteFromController(Ip("192.168.1.1"));
+    EXPECT_EQ(c.getBmcIp4Gateway(), "192.168.1.1");
+
+    // IPv6 text carries the prefix behind a backslash, and none for prefix 0.
+    c.SetEth0Ip6AddressFromController(Ip("fe80::1"));
+    EXPECT_EQ(c.getEth0Ip6Address(), "fe80::1");
+    c.SetEth0Ip6AddrPrefixFromController(64);
+    EXPECT_EQ(c.getEth0Ip6Address(), "fe80::1\\64");
+    c.SetEth0Ip6AddrPrefixFromController(300);  // no limit on this path
+    EXPECT_EQ(c.getEth0Ip6Address(), "fe80::1\\300");
+    c.SetEth0Ip6AddressFromController(CZelIpAddress());
+    EXPECT_EQ(c.getEth0Ip6Address(), "");
+
+    const unsigned char mac[6] = {0x00, 0x09, 0x8a, 0xab, 0x0c, 0xfe};
+    c.SetMACAddressFromController(mac);
+    EXPECT_EQ(c.getMacAddress(), "00:09:8A:AB:0C:FE");
+    EXPECT_EQ(Bytes(c.GetMACAddr(), c.GetMACAddr() + 6), Bytes(mac, mac + 6));
+
+    c.SetDiskInfoFromController("12 disks");
+    c.SetDiskInfoFromController("RAID6");
+    EXPECT_EQ(c.GetDiskInfoText(), "12 disks, RAID6");
+}
+
+TEST(VesperController, TransportTypeIsTakenFromFirstNonEmbeddedDomainAndKept) {
+    CLSWVesperController c;
+    EXPECT_EQ(c.getTransportType(), 0u);
+    Bytes embedded = DomainBytes(1, {});
+    embedded[14] = 7;  // transport
+    embedded[15] = 1;  // embedded
+    Bytes plain = DomainBytes(2, {});
+    plain[14] = 5;
+    auto add = [&](const Bytes& b) {
+        FAULTDomainDataReader r;
+        ASSERT_TRUE(r.UnpackData(reinterpret_cast<const char*>(b.data()), b.size()));
+        auto d = std::make_shared<ClswFaultDomainConfigData>();
+        *d = r;
+        c.addFaultDomain(d);
+    };
+    add(embedded);
+    EXPECT_EQ(c.getTransportType(), 0u);
+    add(plain);
+    EXPECT_EQ(c.getTransportType(), 5u);
+    // The getter wrote the field: with only embedded domains left, 5 is still answered.
+    std::vector<std::shared_ptr<IlswFaultDomainConfigData>> onlyEmbedded = {
+        c.getFaultDomainConfigurationData()[0]};
+    c.SetFaultDomainConfigurationData(onlyEmbedded);
+    EXPECT_EQ(c.getTransportType(), 5u);
+    c.addFaultDomain(nullptr);
+    EXPECT_EQ(c.getFaultDomainConfigurationData().size(), 1u);
+}
+
+TEST(VesperController, ValidateRulesInOrderWithTheirTexts) {
+    EXPECT_EQ(Validated(Good(), 0), "");
+
+    auto c = Good();
+    c->setHWAddress("");
+    c->setControllerIndex(0);  // known only by index: never passes
+    EXPECT_EQ(Validated(c, 1018), "Controller ID Index/Hardware SN missing.");
+
+    c = Good();
+    c->setServiceTag("");
+    EXPECT_EQ(Validated(c, 1019), "Empty Service Tag.");
+
+    // The value stays zero, the text shows what the operator typed.
+    c = Good();
+    auto fresh = std::make_shared<CLSWVesperController>();
+    fresh->setHWAddress("HW1");
+    fresh->setServiceTag("TAG");
+    fresh->setMgmtIp4Address("10.0.0.500");
+    EXPECT_EQ(Validated(fresh, 1020),
+              "Invalid/Missing Ipv4[10.0.0.500] Management Address for controller HW1.");
+
+    c->setMgmtIp4Address("10.0.0.255");
+    EXPECT_EQ(Validated(c, 1021),
+              "Invalid IP[10.0.0.255] for Management Address for controller HW1.");
+
+    fresh->setMgmtIp4Address("10.0.0.5");
+    EXPECT_EQ(Validated(fresh, 1022), "Invalid/Missing Ipv4[] Controller Address for HW1.");
+
+    c = Good();
+    c->setEth0Ip4Address("127.0.0.9");
+    EXPECT_EQ(Validated(c, 1023), "Invalid IP[127.0.0.9] for Controller HW1.");
+
+    fresh->setEth0Ip4Address("10.0.0.10");
+    fresh->setEth0Ip4Netmask("x");
+    EXPECT_EQ(Validated(fresh, 1024), "Invalid/Missing Netmask IP[x] for controller HW1.");
+
+    c = Good();
+    c->setEth0Ip4Netmask("255.0.255.0");
+    EXPECT_EQ(Validated(c, 1025), "Invalid Netmask IP[255.0.255.0] for controller HW1");
+
+    fresh->setEth0Ip4Netmask("255.255.255.0");
+    fresh->setEth0Ip4Gateway("gw");
+    EXPECT_EQ(Validated(fresh, 1026), "Invalid/Missing Gateway IP[gw] for controller HW1.");
+
+    c = Good();
+    c->setEth0Ip4Gateway("10.0.0.10");  // same as the address, on the right subnet
+    EXPECT_EQ(Validated(c, 1027), "Invalid Gateway IP[10.0.0.10] for controller HW1.");
+    c->setEth0Ip4Gateway("10.0.1.1");
+    EXPECT_EQ(Validated(c, 1027), "Invalid Gateway IP[10.0.1.1] for controller HW1.");
+
+    const std::string netText =
+        "Invalid Network configuration for controller HW1. Check if the Management Address is "
+        "the same as Controller IP Address or Gateway IP. Also Management address should be on "
+        "the same subnet as the Controller.";
+    c = Good();
+    c->setMgmtIp4Address("10.0.0.10");
+    EXPECT_EQ(Validated(c, 1028), netText);
+    c = Good();
+    c->setMgmtIp4Address("10.0.1.5");
+    EXPECT_EQ(Validated(c, 1028), netText);
+
+    c = Good();
+    c->setSecondaryDns("8.8.8.8");
+    EXPECT_EQ(Validated(c, 1029),
+              "Primary[8.8.8.8] and Secondary[8.8.8.8] DNS cannot be the same.");
+    c->setPrimaryDns("");
+    c->setSecondaryDns("");  // two empty texts count as identical
+    EXPECT_EQ(Validated(c, 1029), "Primary[] and Secondary[] DNS cannot be the same.");
+}
+
+TEST(VesperController, ValidateWithoutGatewaySkipsGatewayRulesButNotNetworkRule) {
+    auto c = Good();
+    c->setEth0Ip4Gateway("");
+    EXPECT_EQ(Validated(c, 0), "");
+    c->setEth0Ip4Gateway("0.0.0.0");
+    EXPECT_EQ(Validated(c, 0), "");
+
+    // The network rule still compares with the stored value, which an empty text left.
+    c->setEth0Ip4Gateway("10.0.0.5");
+    c->setEth0Ip4Gateway("");
+    std::string msg;
+    EXPECT_EQ(c->Validate(msg), 1028);
+
+    // "0.0.0.0" is the default's own text: the gateway rules are skipped, the value stays.
+    auto d = Good();
+    d->setEth0Ip4Gateway("0.0.0.0");
+    EXPECT_EQ(Text(d->GetEth0Ip4GatewayValue()), "10.0.0.1");
+    EXPECT_EQ(Validated(d, 0), "");
+}
+
+TEST(VesperController, OperationsRefusedBeforeTheManager) {
+    auto c = Good();
+    std::shared_ptr<IlswBlinkResponse> blink;
+    std::vector<std::shared_ptr<IlswDiskInfo>> disks;
+    const std::string notPrimary =
+        "Controller [HW1] is not Primary. Try the request on Primary controller.";
+
+    // Not primary comes first, even with a bad blink code.
+    ApiResult r = c->blinkController(3, blink);
+    EXPECT_EQ(r.resultCode, 1034);
+    EXPECT_EQ(r.resultMsg, notPrimary);
+    r = c->getDiskInfo(disks);
+    EXPECT_EQ(r.resultCode, 1034);
+    EXPECT_EQ(r.resultMsg, notPrimary);
+
+    c->SetIsControllerPrimary(true);
+    r = c->blinkController(3, blink);
+    EXPECT_EQ(r.resultCode, 1017);
+    EXPECT_EQ(r.resultMsg, "Invalid blink request code.");
+    EXPECT_EQ(blink, nullptr);
+    EXPECT_TRUE(disks.empty());
+}
+
+TEST(VesperArray, DiscoveryKeepsControllersSortedByHardwareSerial) {
+    for (bool reversed : {false, true}) {
+        CLSWVesperArray a;
+        auto low = Seen("S1", "HW-A", 0x10);
+        auto high = Seen("S2", "HW-B", 0x10);
+        a.AddControllerInternal(reversed ? high : low);
+        a.AddControllerInternal(reversed ? low : high);
+        ASSERT_EQ(a.getControllerCount(), 2u) << reversed;
+        EXPECT_EQ(a.FindControllerByIndex(0), low) << reversed;
+        EXPECT_EQ(a.FindControllerByIndex(1), high) << reversed;
+    }
+
+    // A third goes between them; there is no limit on this path.
+    CLSWVesperArray a;
+    a.AddControllerInternal(Seen("S1", "HW-A", 1));
+    a.AddControllerInternal(Seen("S3", "HW-C", 1));
+    auto mid = Seen("S2", "HW-B", 1);
+    a.AddControllerInternal(mid);
+    a.AddControllerInternal(Seen("S4", "HW-D", 1));
+    ASSERT_EQ(a.getControllerCount(), 4u);
+    EXPECT_EQ(a.FindControllerByIndex(1), mid);
+    EXPECT_EQ(a.FindControllerByHW("HW-B"), mid);
+    EXPECT_EQ(a.FindControllerByHW("hw-b"), nullptr);
+    EXPECT_EQ(a.FindControllerByIndex(4), nullptr);
+    EXPECT_EQ(a.getController(4), nullptr);
+    a.AddControllerInternal(nullptr);
+    EXPECT_EQ(a.getControllerCount(), 4u);
+}
+
+TEST(VesperArray, SameSerialTwiceKeepsTheLowerLastMacByte) {
+    CLSWVesperArray a;
+    auto other = Seen("S0", "HW-0", 0x01);
+    auto first = Seen("S1", "HW-1", 0x20);
+    a.AddControllerInternal(other);
+    a.AddControllerInternal(first);
+    EXPECT_EQ(a.getArrayState(), ClswDefs::READY);
+
+    // A higher (or equal) last byte is dropped and the state is not recomputed, even though
+    // the held controller has changed since.
+    first->SetIsInitializedFromController(true);
+    a.AddControllerInternal(Seen("S1", "HW-1", 0x21, true));
+    a.AddControllerInternal(Seen("S1", "HW-1", 0x20, true));
+    EXPECT_EQ(a.FindControllerByIndex(1), first);
+    EXPECT_EQ(a.getArrayState(), ClswDefs::READY);
+
+    // A lower one replaces it in place, and the state follows.
+    auto lower = Seen("S1", "HW-1", 0x1F, true);
+    a.AddControllerInternal(lower);
+    ASSERT_EQ(a.getControllerCount(), 2u);
+    EXPECT_EQ(a.FindControllerByIndex(1), lower);
+    EXPECT_EQ(a.getArrayState(), ClswDefs::PARTIAL_INIT);
+}
+
+TEST(VesperArray, StateTable) {
+    struct Row {
+        std::vector<std::pair<bool, bool>> controllers;  // initialized, IP configured
+        ClswDefs::Status status;
+        ClswDefs::IPConfigured ip;
+    };
+    const std::vector<Row> rows = {
+        {{}, ClswDefs::INCOMPLETE, ClswDefs::IP_NOT_CONFIGURED},
+        {{{false, false}}, ClswDefs::READY, ClswDefs::IP_NOT_CONFIGURED},
+        {{{true, true}}, ClswDefs::INITIALIZED, ClswDefs::IP_CONFIGURED},
+        {{{false, false}, {false, false}}, ClswDefs::READY, ClswDefs::IP_NOT_CONFIGURED},
+        {{{true, false}, {false, true}}, ClswDefs::PARTIAL_INIT, ClswDefs::IP_PARTIALLY_CONFIGURED},
+        {{{false, true}, {true, false}}, ClswDefs::PARTIAL_INIT, ClswDefs::IP_PARTIALLY_CONFIGURED},
+        {{{true, true}, {true, true}}, ClswDefs::INITIALIZED, ClswDefs::IP_CONFIGURED},
+        // Only the first two decide.
+        {{{true, true}, {true, true}, {false, false}},
+         ClswDefs::INITIALIZED,
+         ClswDefs::IP_CONFIGURED},
+    };
+    for (size_t i = 0; i < rows.size(); ++i) {
+        CLSWVesperArray a;
+        int n = 0;
+        for (const auto& c : rows[i].controllers) {
+            a.AddControllerInternal(
+                Seen("S" + std::to_string(n), "HW" + std::to_string(n), 1, c.first, c.second));
+            ++n;
+        }
+        EXPECT_EQ(a.getArrayState(), rows[i].status) << "row " << i;
+        EXPECT_EQ(a.getIpConfigured(), rows[i].ip) << "row " << i;
+    }
+}
+
+TEST(VesperArray, FirstDiscoveredControllerNamesTheArray) {
+    CLSWVesperArray a;
+    EXPECT_EQ(a.getProductVersion(), ClswDefs::SYS_TARGET_QUILLBROOK_MODEL_UNKNOWN);
+    EXPECT_EQ(a.getProductFamily(), 0);
+    auto c = Seen("S1", "HW1", 1, true);
+    c->SetServiceTagFromController("TAG9");
+    c->SetLocaleFromController("de_DE");
+    c->SetSystemNameFromController("cell-a");
+    c->SetProductFamily(3);
+    c->SetProductVersionFromController(ClswDefs::SYS_TARGET_QUILLBROOK_MODEL_QB7000);
+    a.AddControllerInternal(c);
+    EXPECT_EQ(a.getArrayId(), "TAG9");
+    EXPECT_EQ(a.getLocale(), "de_DE");
+    EXPECT_EQ(a.getArrayName(), "cell-a");
+    EXPECT_EQ(a.getProductFamily(), 3);
+    EXPECT_EQ(a.getProductVersion(), ClswDefs::SYS_TARGET_QUILLBROOK_MODEL_QB7000);
+
+    // An uninitialized first controller gives no name.
+    CLSWVesperArray b;
+    auto d = Seen("S1", "HW1", 1, false);
+    d->SetSystemNameFromController("cell-b");
+    b.AddControllerInternal(d);
+    EXPECT_EQ(b.getArrayName(), "");
+
+    // The host's address unless a primary controller is there.
+    CZelAdapter adapter(reinterpret_cast<const unsigned char*>("\x00\x1b\x21\xaa\xbb\xcc"), "ms",
+                        "eth0", "Intel NIC");
+    b.SetHostInfo(&adapter);
+    b.SetHostInfo(nullptr);
+    EXPECT_EQ(b.getHostAdapter(), "Intel NIC");
+    EXPECT_EQ(b.getHostMac(), "00:1B:21:AA:BB:CC");
+    d->SetIsControllerPrimary(true);
+    EXPECT_EQ(b.getHostMac(), "00:09:8A:10:20:01");
+    EXPECT_EQ(Bytes(b.AdapterAddr(), b.AdapterAddr() + 6), Bytes(6, 0));
+    EXPECT_TRUE(b.isPreJoinAvailable());
+}
+
+TEST(VesperArray, AddControllerChecks) {
+    auto array = ClswConfigFactory::getVesperArray("ARRAY-ID");
+    EXPECT_FALSE(array->addController(nullptr));
+
+    auto wrongType = Good("HW9", "10.0.0.19");
+    for (auto version : {ClswDefs::SYS_TARGET_QUILLBROOK_MODEL_QB9000,
+                         ClswDefs::SYS_TARGET_QUILLBROOK_MODEL_VMWARE,
+                         ClswDefs::SYS_TARGET_QUILLBROOK_MODEL_UNKNOWN}) {
+        wrongType->SetProductVersionFromController(version);
+        EXPECT_FALSE(array->addController(wrongType)) << version;
+    }
+    auto invalid = Good("HW9", "10.0.0.19");
+    invalid->setServiceTag("");
+    EXPECT_FALSE(array->addController(invalid));
+    EXPECT_EQ(array->getControllerCount(), 0u);
+
+    // No sorting, no state, and the array keeps its own id.
+    auto b = Good("HW-B", "10.0.0.12");
+    auto a = Good("HW-A", "10.0.0.11");
+    a->SetProductVersionFromController(ClswDefs::SYS_TARGET_QUILLBROOK_MODEL_EHV);
+    ASSERT_TRUE(array->addController(b));
+    ASSERT_TRUE(array->addController(a));
+    EXPECT_EQ(array->getController(0), b);
+    EXPECT_EQ(array->getController(1), a);
+    EXPECT_EQ(array->getArrayState(), ClswDefs::INCOMPLETE);
+    EXPECT_EQ(array->getArrayId(), "ARRAY-ID");
+
+    auto otherTag = Good("HW-C", "10.0.0.13");
+    otherTag->setServiceTag("OTHER");
+    EXPECT_FALSE(array->addController(otherTag));
+    EXPECT_FALSE(array->addController(Good("HW-B", "10.0.0.14")));  // duplicate serial
+
+    // The limit is "more than two": a third still enters, a fourth does not.
+    auto third = Good("HW-C", "10.0.0.13");
+    third->SetProductVersionFromController(ClswDefs::SYS_TARGET_QUILLBROOK_MODEL_QB5000);
+    EXPECT_TRUE(array->addController(third));
+    EXPECT_FALSE(array->addController(Good("HW-D", "10.0.0.15")));
+    EXPECT_EQ(array->getControllerCount(), 3u);
+    EXPECT_EQ(array->getControllers().size(), 3u);
+}
+
+TEST(VesperArray, ValidateComparesTextsOfBothControllers) {
+    auto make = [](const Controller& c0, const Controller& c1) {
+        auto array = std::make_shared<CLSWVesperArray>("T");
+        EXPECT_TRUE(array->addController(c0));
+        EXPECT_TRUE(array->addController(c1));
+        return array;
+    };
+    std::string msg;
+    CLSWVesperArray single;
+    single.AddControllerInternal(Good());
+    EXPECT_EQ(single.Validate(msg), 0);
+
+    auto c1 = Good("HW2", "10.0.0.11");
+    EXPECT_EQ(make(Good(), c1)->Validate(msg), 0);
+
+    c1->setMgmtIp4Address("10.0.0.05");  // the same address, another text
+    EXPECT_EQ(make(Good(), c1)->Validate(msg), 1030);
+    EXPECT_EQ(msg,
+              "Mismatched Management IPv4 addresses for both controllers[10.0.0.5] - "
+              "[10.0.0.05].");
+
+    EXPECT_EQ(make(Good(), Good("HW2", "10.0.0.10"))->Validate(msg), 1031);
+    EXPECT_EQ(msg, "Identical Controller IPv4 Addresses [10.0.0.10] - [10.0.0.10].");
+
+    c1 = Good("HW2", "10.0.0.11");
+    c1->setEth0Ip4Netmask("255.255.0.0");
+    EXPECT_EQ(make(Good(), c1)->Validate(msg), 1032);
+    EXPECT_EQ(msg, "Mismatched Netmask fields [255.255.255.0] - [255.255.0.0].");
+
+    c1 = Good("HW2", "10.0.0.11");
+    c1->setEth0Ip4Gateway("");
+    EXPECT_EQ(make(Good(), c1)->Validate(msg), 1033);
+    EXPECT_EQ(msg, "Mismatched Gateway fields [10.0.0.1] - [0.0.0.0].");
+
+    // initialize stops at validation: nothing is folded, the manager is not reached.
+    c1 = Good("HW2", "10.0.0.10");
+    auto c0 = Good();
+    c0->SetIsControllerPrimary(true);
+    c0->SetCanisterId(1);
+    ApiResult r = make(c0, c1)->initialize();
+    EXPECT_EQ(r.resultCode, 1031);
+    EXPECT_EQ(r.resultMsg, "Identical Controller IPv4 Addresses [10.0.0.10] - [10.0.0.10].");
+    EXPECT_TRUE(c0->GetSecondaryEth0Ip4AddressValue().isNull());
+}
+
+TEST(VesperArray, FaultDomainsMergeOnceIntoTheFirstControllersObjects) {
+    auto c0 = Good("HW1");
+    auto c1 = Good("HW2", "10.0.0.11");
+    auto d0 = std::make_shared<ClswFaultDomainConfigData>();
+    d0->addPortConfigurationData(Port(1, "10.1.0.11"));
+    FAULTDomainDataReader r;
+    Bytes id1 = DomainBytes(1, {});
+    ASSERT_TRUE(r.UnpackData(reinterpret_cast<const char*>(id1.data()), id1.size()));
+    *d0 = r;
+    c0->addFaultDomain(d0);
+
+    auto e1 = std::make_shared<ClswFaultDomainConfigData>();
+    *e1 = r;
+    e1->addPortConfigurationData(Port(2, "10.1.0.12"));
+    FAULTDomainDataReader r2;
+    Bytes id2 = DomainBytes(2, {});
+    ASSERT_TRUE(r2.UnpackData(reinterpret_cast<const char*>(id2.data()), id2.size()));
+    auto e2 = std::make_shared<ClswFaultDomainConfigData>();
+    *e2 = r2;
+    e2->addPortConfigurationData(Port(3, "10.1.0.13"));
+    c1->addFaultDomain(e1);
+    c1->addFaultDomain(e2);
+
+    CLSWVesperArray array;
+    array.AddControllerInternal(c0);
+    array.AddControllerInternal(c1);
+    for (int call = 0; call < 2; ++call) {
+        auto merged = array.getFaultDomainConfigurationData();
+        ASSERT_EQ(merged.size(), 1u) << call;  // a domain only the second has is dropped
+        EXPECT_EQ(merged[0], d0);
+        ASSERT_EQ(d0->getNumberOfPorts(), 2u) << call;
+        EXPECT_EQ(d0->getPortConfigurationData()[1], e1->getPortConfigurationData()[0]);
+    }
+    // The first controller sees the second's port from now on.
+    EXPECT_EQ(c0->getFaultDomainConfigurationData()[0]->getNumberOfPorts(), 2u);
+
+    CLSWVesperArray none;
+    EXPECT_TRUE(none.getFaultDomainConfigurationData().empty());
+    CLSWVesperArray one;
+    one.AddControllerInternal(c1);
+    EXPECT_EQ(one.getFaultDomainConfigurationData().size(), 2u);
+}
+
+TEST(VesperArray, CopyToTopPrimaryFillsSecondaryFields) {
+    auto a = Good("HW1", "10.0.0.10");
+    auto b = Good("HW2", "10.0.0.11");
+    a->setBmcIp4Address("192.168.0.10");
+    b->setBmcIp4Address("192.168.0.11");
+    b->setBmcIp4Netmask("255.255.0.0");
+    b->setBmcIp4Gateway("192.168.0.1");
+    b->setEth0Ip4Gateway("10.0.0.2");
+    auto bd = std::make_shared<ClswFaultDomainConfigData>();
+    b->addFaultDomain(bd);
+    // The first is not primary, so the second is taken as primary without a test.
+    b->SetIsControllerPrimary(false);
+    a->SetIsControllerPrimary(false);
+    b->SetCanisterId(1);
+
+    CLSWVesperArray array;
+    array.AddControllerInternal(a);
+    array.AddControllerInternal(b);
+    array.CopySecondaryControllerInfoToPrimary();
+    EXPECT_EQ(Text(b->GetSecondaryEth0Ip4AddressValue()), "10.0.0.10");
+    EXPECT_EQ(Text(b->GetSecondaryEth0Ip4GatewayValue()), "10.0.0.1");
+    EXPECT_EQ(Text(b->GetSecondaryEth0Ip4NetmaskValue()), "255.255.255.0");
+    EXPECT_EQ(Text(b->GetSecondaryBmcIp4AddressValue()), "192.168.0.10");
+    EXPECT_TRUE(a->GetSecondaryEth0Ip4AddressValue().isNull());
+    EXPECT_EQ(b->getEth0Ip4Address(), "10.0.0.11");
+
+    // A second fold appends the other's domains again; the primary holds its own objects.
+    auto ad = std::make_shared<ClswFaultDomainConfigData>();
+    a->addFaultDomain(ad);
+    array.CopySecondaryControllerInfoToPrimary();
+    auto secondary = b->GetSecondaryCtrlFaultDomainConfigurationData();
+    ASSERT_EQ(secondary.size(), 1u);
+    EXPECT_EQ(secondary[0], ad);
+    array.CopySecondaryControllerInfoToPrimary();
+    EXPECT_EQ(b->GetSecondaryCtrlFaultDomainConfigurationData().size(), 2u);
+
+    // Nothing happens without exactly two controllers.
+    CLSWVesperArray single;
+    auto s = Good();
+    s->SetIsControllerPrimary(true);
+    s->SetCanisterId(1);
+    single.AddControllerInternal(s);
+    single.CopySecondaryControllerInfoToPrimary();
+    EXPECT_TRUE(s->GetSecondaryEth0Ip4AddressValue().isNull());
+}
+
+TEST(VesperArray, CopyToBottomPrimarySwapsEthernetButNotManagementProcessor) {
+    auto a = Good("HW1", "10.0.0.10");  // primary, bottom
+    auto b = Good("HW2", "10.0.0.11");
+    a->SetIsControllerPrimary(true);
+    a->SetCanisterId(2);
+    a->setEth0Ip4Gateway("10.0.0.1");
+    b->setEth0Ip4Gateway("10.0.0.3");
+    b->setEth0Ip4Netmask("255.255.255.128");
+    a->setBmcIp4Address("192.168.0.10");
+    a->setBmcIp4Netmask("255.255.255.0");
+    a->setBmcIp4Gateway("192.168.0.1");
+    b->setBmcIp4Address("192.168.0.11");
+    b->setBmcIp4Netmask("255.255.0.0");
+    b->setBmcIp4Gateway("192.168.0.2");
+    auto ad = std::make_shared<ClswFaultDomainConfigData>();
+    auto bd = std::make_shared<ClswFaultDomainConfigData>();
+    a->addFaultDomain(ad);
+    b->addFaultDomain(bd);
+
+    CLSWVesperArray array;
+    array.AddControllerInternal(b);
+    array.AddControllerInternal(a);
+    array.CopySecondaryControllerInfoToPrimary();
+
+    // Ethernet: the other's values on top, the primary's own in the secondary fields.
+    EXPECT_EQ(a->getEth0Ip4Address(), "10.0.0.11");
+    EXPECT_EQ(a->getEth0Ip4Gateway(), "10.0.0.3");
+    EXPECT_EQ(a->getEth0Ip4Netmask(), "255.255.255.128");
+    EXPECT_EQ(Text(a->GetEth0Ip4AddressValue()), "10.0.0.11");
+    EXPECT_EQ(Text(a->GetSecondaryEth0Ip4AddressValue()), "10.0.0.10");
+    EXPECT_EQ(Text(a->GetSecondaryEth0Ip4GatewayValue()), "10.0.0.1");
+    EXPECT_EQ(Text(a->GetSecondaryEth0Ip4NetmaskValue()), "255.255.255.0");
+    ASSERT_EQ(a->getFaultDomainConfigurationData().size(), 1u);
+    EXPECT_EQ(a->getFaultDomainConfigurationData()[0], bd);
+    ASSERT_EQ(a->GetSecondaryCtrlFaultDomainConfigurationData().size(), 1u);
+    EXPECT_EQ(a->GetSecondaryCtrlFaultDomainConfigurationData()[0], ad);
+
+    // Management processor: not swapped. The primary keeps its own on top, the other's
+    // values end in the secondary fields.
+    EXPECT_EQ(Text(a->GetBmcIp4AddressValue()), "192.168.0.10");
+    EXPECT_EQ(Text(a->GetBmcIp4NetmaskValue()), "255.255.255.0");
+    EXPECT_EQ(Text(a->GetBmcIp4GatewayValue()), "192.168.0.1");
+    EXPECT_EQ(Text(a->GetSecondaryBmcIp4AddressValue()), "192.168.0.11");
+    EXPECT_EQ(Text(a->GetSecondaryBmcIp4NetmaskValue()), "255.255.0.0");
+    EXPECT_EQ(Text(a->GetSecondaryBmcIp4GatewayValue()), "192.168.0.2");
+    EXPECT_EQ(b->getEth0Ip4Address(), "10.0.0.11");
+}
+
+TEST(Records, PortFromReaderAndItsTwoCopies) {
+    Bytes wire = PortBytes(0xFF, 11);
+    FAULTDomainDataReader domainReader;
+    Bytes domain = DomainBytes(1, {wire});
+    ASSERT_TRUE(
+        domainReader.UnpackData(reinterpret_cast<const char*>(domain.data()), domain.size()));
+    auto port = std::make_shared<ClswPortConfigData>();
+    *port = *domainReader.GetPort(0);
+    EXPECT_EQ(port->getSlotNumber(), 0xFFFFFFFFu);  // signed bytes
+    EXPECT_EQ(port->getTransportType(), 3u);
+    EXPECT_EQ(port->getPortLocation(), 4u);
+    EXPECT_EQ(port->getSlotPortNumber(), 5u);
+    EXPECT_TRUE(port->getConfigured());
+    EXPECT_FALSE(port->getEmbedded());
+    EXPECT_EQ(port->getNetwork(), 6u);
+    EXPECT_EQ(port->getStatus(), 0xFFFFFFFFu);
+    EXPECT_EQ(port->getControllerIndex(), 0xFFFFFFFEu);
+    EXPECT_EQ(port->getCardModel(), 9u);
+    EXPECT_EQ(port->getControllerId(), 0u);
+    EXPECT_EQ(port->getIpv4Address(), "10.1.0.11");
+    EXPECT_EQ(Text(port->GetIpv4AddressValue()), "10.1.0.11");
+    // 0.0.0.0 is kept as text, and the value stays all zero.
+    EXPECT_EQ(port->getIpv4Gateway(), "0.0.0.0");
+    EXPECT_TRUE(port->GetIpv4GatewayValue().isNull());
+
+    // "abc" leaves the previous value in place.
+    port->setIpv4NetMask("abc");
+    EXPECT_EQ(port->getIpv4NetMask(), "abc");
+    EXPECT_EQ(Text(port->GetIpv4NetMaskValue()), "255.255.255.0");
+
+    // CopyFrom: numbers but the card model, texts as they stand, no values.
+    auto copied = std::make_shared<ClswPortConfigData>();
+    copied->CopyFrom(port);
+    EXPECT_EQ(copied->getSlotNumber(), 0xFFFFFFFFu);
+    EXPECT_EQ(copied->getControllerIndex(), 0xFFFFFFFEu);
+    EXPECT_EQ(copied->getCardModel(), 0u);
+    EXPECT_EQ(copied->getIpv4Address(), "10.1.0.11");
+    EXPECT_TRUE(copied->GetIpv4AddressValue().isNull());
+
+    // operator=: the card model too, the values through the setters.
+    ClswPortConfigData assigned;
+    assigned = *port;
+    EXPECT_EQ(assigned.getCardModel(), 9u);
+    EXPECT_EQ(Text(assigned.GetIpv4AddressValue()), "10.1.0.11");
+    EXPECT_EQ(assigned.getIpv4NetMask(), "abc");
+    EXPECT_TRUE(assigned.GetIpv4NetMaskValue().isNull());
+    ClswPortConfigData& self = assigned;
+    assigned = self;
+    EXPECT_EQ(assigned.getCardModel(), 9u);
+}
+
+TEST(Records, FaultDomainFromReaderAndItsTwoCopies) {
+    Bytes domain = DomainBytes(0x85, {PortBytes(1, 11), PortBytes(2, 12)});
+    domain[15] = 1;  // embedded
+    FAULTDomainDataReader reader;
+    ASSERT_TRUE(reader.UnpackData(reinterpret_cast<const char*>(domain.data()), domain.size()));
+    auto source = std::make_shared<ClswFaultDomainConfigData>();
+    *source = reader;
+    EXPECT_EQ(source->getFaultDomainID(), 0xFFFFFF85u);
+    EXPECT_EQ(source->getIpv4Address(), "10.1.0.1");
+    EXPECT_EQ(source->getIpv4NetMask(), "255.255.255.0");
+    EXPECT_EQ(source->getIpv4Gateway(), "10.1.0.254");
+    EXPECT_EQ(Text(source->GetIpv4GatewayValue()), "10.1.0.254");
+    EXPECT_EQ(source->getTransportType(), 2u);
+    EXPECT_TRUE(source->getEmbedded());
+    ASSERT_EQ(source->getNumberOfPorts(), 2u);
+    // Assigned twice from one reader: every port twice.
+    *source = reader;
+    EXPECT_EQ(source->getNumberOfPorts(), 4u);
+
+    // CopyFrom: the gateway's text stands for the netmask too; the ports are shared.
+    auto copied = std::make_shared<ClswFaultDomainConfigData>();
+    copied->CopyFrom(source);
+    EXPECT_EQ(copied->getFaultDomainID(), 0xFFFFFF85u);
+    EXPECT_EQ(copied->getIpv4Address(), "10.1.0.1");
+    EXPECT_EQ(copied->getIpv4NetMask(), "10.1.0.254");
+    EXPECT_EQ(copied->getIpv4Gateway(), "10.1.0.254");
+    EXPECT_TRUE(copied->GetIpv4AddressValue().isNull());
+    ASSERT_EQ(copied->getNumberOfPorts(), 4u);
+    copied->getPortConfigurationData()[0]->setNetwork(42);
+    EXPECT_EQ(source->getPortConfigurationData()[0]->getNetwork(), 42u);
+
+    // operator=: deep copies, appended to the ports already there.
+    ClswFaultDomainConfigData assigned;
+    assigned.addPortConfigurationData(Port(7, "10.7.0.1"));
+    assigned.addPortConfigurationData(nullptr);
+    assigned = *source;
+    EXPECT_EQ(assigned.getIpv4NetMask(), "255.255.255.0");
+    EXPECT_EQ(Text(assigned.GetIpv4NetMaskValue()), "255.255.255.0");
+    ASSERT_EQ(assigned.getNumberOfPorts(), 5u);
+    EXPECT_EQ(assigned.getPortConfigurationData()[0]->getNetwork(), 7u);
+    EXPECT_EQ(assigned.getPortConfigurationData()[1]->getNetwork(), 42u);
+    EXPECT_NE(assigned.getPortConfigurationData()[1], source->getPortConfigurationData()[0]);
+    ClswFaultDomainConfigData& self = assigned;
+    assigned = self;  // no-op on itself
+    EXPECT_EQ(assigned.getNumberOfPorts(), 5u);
+}
+
+TEST(Records, ControllerTakesDomainsFromItsPortReaderAndSharesSecondaryOnes) {
+    Bytes wire = {2};  // two fault domains
+    Bytes d1 = DomainBytes(1, {PortBytes(1, 11)});
+    Bytes d2 = DomainBytes(2, {});
+    wire.insert(wire.end(), d1.begin(), d1.end());
+    wire.insert(wire.end(), d2.begin(), d2.end());
+    CONTROLLERPortDataReader reader;
+    ASSERT_TRUE(reader.UnpackData(reinterpret_cast<const char*>(wire.data()), wire.size()));
+
+    CLSWVesperController c;
+    c.addFaultDomain(std::make_shared<ClswFaultDomainConfigData>());
+    c.SetControllerPortConfigData(&reader);
+    c.SetControllerPortConfigData(nullptr);
+    auto domains = c.getFaultDomainConfigurationData();
+    ASSERT_EQ(domains.size(), 3u);  // the one already there stays
+    EXPECT_EQ(domains[1]->getFaultDomainID(), 1u);
+    EXPECT_EQ(domains[1]->getNumberOfPorts(), 1u);
+    EXPECT_EQ(domains[2]->getFaultDomainID(), 2u);
+
+    CLSWVesperController primary;
+    primary.SetSecondaryCtrlFaultDomainConfigurationData(domains);
+    primary.SetSecondaryCtrlFaultDomainConfigurationData(domains);
+    auto secondary = primary.GetSecondaryCtrlFaultDomainConfigurationData();
+    ASSERT_EQ(secondary.size(), 6u);
+    EXPECT_EQ(secondary[4], domains[1]);
+}
+
+TEST(Factory, MakesTheOneImplementationOfEachInterface) {
+    auto array = ClswConfigFactory::getVesperArray("ID-7");
+    ASSERT_NE(std::dynamic_pointer_cast<CLSWVesperArray>(array), nullptr);
+    EXPECT_EQ(array->getArrayId(), "ID-7");
+    EXPECT_EQ(array->getArrayState(), ClswDefs::INCOMPLETE);
+    EXPECT_EQ(array->getIpConfigured(), ClswDefs::IP_NOT_CONFIGURED);
+    auto controller = ClswConfigFactory::getVesperController();
+    ASSERT_NE(std::dynamic_pointer_cast<CLSWVesperController>(controller), nullptr);
+    EXPECT_EQ(std::static_pointer_cast<CLSWVesperController>(controller)->GetMySharedPtr(),
+              controller);
+    EXPECT_EQ(ClswConfigFactory::getBlinkResponseObj()->getBlinkStatus(), 0u);
+    EXPECT_NE(std::dynamic_pointer_cast<ClswConfigurationStatusResponse>(
+                  ClswConfigFactory::getConfigurationStatusResponseObj()),
+              nullptr);
+    EXPECT_NE(
+        std::dynamic_pointer_cast<ClswPortConfigData>(ClswConfigFactory::getPortConfigDataObj()),
+        nullptr);
+    EXPECT_NE(std::dynamic_pointer_cast<ClswFaultDomainConfigData>(
+                  ClswConfigFactory::getFaultDomainConfigDataObj()),
+              nullptr);
+}
+
+TEST(ConfigManager, DiscoveryTimeoutTakesOnlyValuesInRange) {
+    CLSWConfigManager* manager = CLSWConfigManager::GetInstance();
+    ASSERT_NE(manager, nullptr);
+    EXPECT_EQ(CLSWConfigManager::GetInstance(), manager);
+    EXPECT_EQ(manager->GetDiscoveryTimeout(), 15u);  // not ZEL_DEFAULT_DISCOVERY_TIMEOUT
+    for (unsigned int dropped : {0u, 1u, 2u, 121u, 1000u})
+        manager->SetDiscoveryTimeout(dropped);
+    EXPECT_EQ(manager->GetDiscoveryTimeout(), 15u);
+    manager->SetDiscoveryTimeout(3);
+    EXPECT_EQ(manager->GetDiscoveryTimeout(), 3u);
+    manager->SetDiscoveryTimeout(120);
+    EXPECT_EQ(manager->GetDiscoveryTimeout(), 120u);
+    manager->SetDiscoveryTimeout(121);  // not clamped either
+    EXPECT_EQ(manager->GetDiscoveryTimeout(), 120u);
+    manager->SetDiscoveryTimeout(15);
+}

@@ -1,0 +1,488 @@
+// Discovery: the parsing of a Hello answer into a record and a controller, the platform
+// filter, and the Hello exchange over a device in memory.
+#include "LSWConfig4/LSWDiscovery4.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <list>
+#include <memory>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "ExchangeFrames.h"
+#include "LSWConfig4/LSWConfigModel.h"
+#include "LSWConfig4/unix/Adapter.h"
+#include "support/ManualClock.h"
+#include "support/MemoryDevice.h"
+
+namespace {
+
+using namespace xchg;
+
+std::shared_ptr<CLSWControllerDiscovery4> Parse(const std::vector<Entry>& iEntries,
+                                                unsigned short iVersion = 5) {
+    SETUPTlv tlv(CHOOSE_TLV_SIZE_BY_VERSION(iVersion));
+    Push(tlv, iEntries);
+    SETUPTlvIterator it(tlv);
+    return ParseHello4Data(&it, iVersion);
+}
+
+std::string AddrText(const CZelIpAddress& iAddr) {
+    char text[ZEL_IP_ADDRESS_STRING_SIZE];
+    return ipAddrToString(&iAddr, text, sizeof(text));
+}
+
+// Every field of a record, so that two records can be compared whole.
+std::string Fingerprint(const CLSWControllerDiscovery4& r) {
+    std::ostringstream o;
+    o << r.ProtocolVersion << '|' << r.IsInitialized << r.IsIPConfigured << '|' << r.SerialNumber
+      << '|' << r.RaidLevel << '|' << r.ProductFamily << '|' << int(r.MajorVersion) << '.'
+      << int(r.MinorVersion) << '.' << int(r.MaintenanceVersion) << '|' << r.Ethernet << '|'
+      << r.ServiceTag << '|' << r.DiskInfo << '|' << r.ProductVersion << '|' << r.VlanID
+      << r.HasVlanID << r.DCBOn << r.HasDCBOn << '|' << r.HWSerialNumber << '|' << r.SystemName
+      << '|' << r.DomainName << '|' << r.PublicKeyLength << '|' << r.PublicKey << '|'
+      << r.LicensedControllers << '|' << r.IscsiPorts << '|' << r.CanisterId << '|' << r.BlinkValue
+      << '|' << r.DiscoveryErrorStatus << '|' << r.ControllerModelNum << '|'
+      << r.IsControllerPrimary << r.IsUnifiedBlockFileEnabled << '|' << r.LocalizationParameter
+      << '|' << int(r.Eth0Ip6AddrPrefix) << '|' << int(r.mReader.GetNumberOfControllers());
+    for (const CZelIpAddress* a :
+         {&r.PrimaryDNS, &r.SecondaryDNS, &r.MgmtIp4Address, &r.Eth0Ip4Address, &r.Eth0Ip4Netmask,
+          &r.Eth0Ip4Gateway, &r.Eth1Ip4Address, &r.Eth1Ip4PeerAddress, &r.MgmtIp6Address,
+          &r.Eth0Ip6Address, &r.Eth1Ip6Address, &r.Eth1Ip6PeerAddress, &r.BMCIPv4Address,
+          &r.BMCIPv4DefaultRoute, &r.BMCIPv4Netmask})
+        o << '|' << AddrText(*a);
+    return o.str();
+}
+
+Bytes Ip6(const char* iText) {
+    CZelIpAddress a(ZEL_INET6, iText);
+    return Bytes(a.v6, a.v6 + 16);
+}
+
+// One controller, one fault domain with id 3 and one port.
+Bytes PortTree(int iControllers = 1) {
+    SCPortConfigDataWriter tree;
+    for (int c = 0; c < iControllers; ++c) {
+        auto controller = std::make_unique<CONTROLLERPortDataWriter>();
+        auto domain = std::make_unique<FAULTDomainDataWriter>();
+        domain->SetId(3);
+        domain->SetIpV4("10.1.0.1");
+        domain->SetIpV4Netmask("255.255.0.0");
+        domain->SetIpV4Gateway("10.1.0.254");
+        auto port = std::make_unique<PORTDataWriter>();
+        port->SetSlotNumber(2);
+        port->SetIpV4("10.1.0.20");
+        domain->AddPort(std::move(port));
+        controller->AddFaultDomain(std::move(domain));
+        tree.AddController(std::move(controller));
+    }
+    return ToBytes(tree.Pack());
+}
+
+std::vector<Entry> FullAnswer() {
+    return {
+        {1, Str("SVC-TAG-7")},
+        {2, Str("disk summary")},
+        {3, LE16(11)},
+        {4, Hex("00 64")},
+        {5, Hex("01")},
+        {6, Hex("04 03 02 01")},
+        {7, Str("HWSN-001")},
+        {8, Hex("0B 00 00 0A")},
+        {9, Hex("00 FF FF FF")},
+        {10, Hex("01 00 00 0A")},
+        {11, Ip6("fd00::1")},
+        {12, Ip6("fd00::2")},
+        {13, Hex("01 40")},
+        {14, Str("cell-one")},
+        {15, Str("example.test")},
+        {16, Hex("04 04 08 08")},
+        {17, Hex("02 00 00 01")},
+        {18, LE16(451)},
+        {19, Str("-----BEGIN RSA PUBLIC KEY-----\nnot base64 at all\n")},
+        {20, LE16(2)},
+        {21, LE16(4)},
+        {22, LE16(2)},
+        {23, Hex("01")},
+        {24, Str("eth7")},
+        {25, Str("raid6")},
+        {26, Hex("07")},
+        {27, Hex("01")},
+        {28, Hex("02")},
+        {29, Hex("01")},
+        {30, Hex("05 00 A8 C0")},
+        {31, Ip6("fd00::9")},
+        {32, Hex("01 00 A8 C0")},
+        {33, Ip6("fd00::a")},
+        {34, LE16(1)},
+        {35, PortTree()},
+        {36, Hex("00")},
+        {37, LE16(1)},
+        {38, LE16(5)},
+        {39, LE16(0x1234)},
+        {40, Hex("01")},
+        {41, Hex("00 04 00 00 00 00")},
+        {42, Hex("00 FF FF FF")},
+        {43, Hex("01")},
+        {44, Hex("01")},
+        {45, Str("fr_FR")},
+        {99, Str("from a later release")},
+    };
+}
+
+TEST(HelloParse, EveryFieldOfAFullAnswer) {
+    auto rec = Parse(FullAnswer());
+    EXPECT_EQ(rec->ProtocolVersion, 5);
+    EXPECT_EQ(rec->ServiceTag, "SVC-TAG-7");
+    EXPECT_EQ(rec->DiskInfo, "");  // announced, never taken
+    // The two product codes are crossed on the wire.
+    EXPECT_EQ(rec->ProductVersion, ClswDefs::SYS_TARGET_QUILLBROOK_MODEL_QB2000);
+    EXPECT_EQ(rec->ProductFamily, 2);
+    EXPECT_EQ(rec->VlanID, 100u);
+    EXPECT_TRUE(rec->HasVlanID);
+    EXPECT_TRUE(rec->DCBOn);
+    EXPECT_TRUE(rec->HasDCBOn);
+    // IPv4 arrives last octet first and is held in network order.
+    EXPECT_EQ(AddrText(rec->MgmtIp4Address), "1.2.3.4");
+    const unsigned char networkOrder[4] = {1, 2, 3, 4};
+    EXPECT_EQ(memcmp(&rec->MgmtIp4Address.v4, networkOrder, 4), 0);
+    EXPECT_EQ(AddrText(rec->Eth0Ip4Address), "10.0.0.11");
+    EXPECT_EQ(AddrText(rec->Eth0Ip4Netmask), "255.255.255.0");
+    EXPECT_EQ(AddrText(rec->Eth0Ip4Gateway), "10.0.0.1");
+    EXPECT_EQ(AddrText(rec->MgmtIp6Address), "fd00::1");
+    EXPECT_EQ(AddrText(rec->Eth0Ip6Address), "fd00::2");
+    // 01 40 big-endian is 320; the one-byte field keeps the low byte.
+    EXPECT_EQ(rec->Eth0Ip6AddrPrefix, 0x40);
+    EXPECT_EQ(rec->HWSerialNumber, "HWSN-001");
+    EXPECT_EQ(rec->SerialNumber, "HWSN-001");
+    EXPECT_EQ(rec->SystemName, "cell-one");
+    EXPECT_EQ(rec->DomainName, "example.test");
+    EXPECT_EQ(AddrText(rec->PrimaryDNS), "8.8.4.4");
+    EXPECT_EQ(AddrText(rec->SecondaryDNS), "1.0.0.2");
+    EXPECT_EQ(rec->PublicKeyLength, 451u);
+    EXPECT_EQ(rec->PublicKey, "-----BEGIN RSA PUBLIC KEY-----\nnot base64 at all\n");
+    EXPECT_EQ(rec->LicensedControllers, 2u);
+    EXPECT_EQ(rec->IscsiPorts, 4u);
+    EXPECT_TRUE(rec->IsIPConfigured);
+    EXPECT_EQ(rec->Ethernet, "eth7");
+    EXPECT_EQ(rec->RaidLevel, "raid6");
+    EXPECT_EQ(AddrText(rec->BMCIPv4Address), "192.168.0.5");
+    EXPECT_EQ(AddrText(rec->BMCIPv4DefaultRoute), "192.168.0.1");
+    EXPECT_EQ(AddrText(rec->BMCIPv4Netmask), "255.255.255.0");
+    EXPECT_EQ(rec->CanisterId, 1u);
+    EXPECT_EQ(rec->mReader.GetNumberOfControllers(), 1);
+    EXPECT_FALSE(rec->IsInitialized);
+    EXPECT_EQ(rec->BlinkValue, 1);
+    EXPECT_EQ(rec->DiscoveryErrorStatus, 5u);
+    EXPECT_EQ(rec->ControllerModelNum, 0x1234u);
+    EXPECT_TRUE(rec->IsControllerPrimary);
+    EXPECT_TRUE(rec->IsUnifiedBlockFileEnabled);
+    EXPECT_EQ(rec->LocalizationParameter, "fr_FR");
+    EXPECT_TRUE(rec->IsControllerRequired(1));
+
+    // The controller made from it.
+    memcpy(rec->CtrlMACAddress, kCtrlMacA, 6);
+    unsigned char mac[6] = {2, 0, 0, 0, 0, 7};
+    CZelAdapter adapter(mac, "eth7", "eth7", "test adapter");
+    adapter.m_next = nullptr;
+    std::shared_ptr<CLSWVesperController> c = rec->GetVesperInfo(&adapter);
+    ASSERT_TRUE(c);
+    EXPECT_EQ(c->getMacAddress(), "00:C0:DD:01:02:0A");
+    EXPECT_EQ(c->getProtocolVersion(), 5);
+    EXPECT_EQ(c->getVersion(), "7.1.2");
+    EXPECT_EQ(c->getSerialNumber(), "HWSN-001");
+    EXPECT_EQ(c->getHardwareSn(), "HWSN-001");
+    EXPECT_EQ(c->getServiceTag(), "SVC-TAG-7");
+    EXPECT_EQ(c->getProductVersion(), ClswDefs::SYS_TARGET_QUILLBROOK_MODEL_QB2000);
+    EXPECT_EQ(c->getProductFamily(), 2);
+    EXPECT_EQ(c->getMgmtIp4Address(), "1.2.3.4");
+    EXPECT_EQ(c->getEth0Ip4Address(), "10.0.0.11");
+    EXPECT_EQ(c->getEth0Ip4Netmask(), "255.255.255.0");
+    EXPECT_EQ(c->getEth0Ip4Gateway(), "10.0.0.1");
+    EXPECT_EQ(c->getMgmtIp6Address(), "fd00::1");
+    EXPECT_EQ(c->getEth0Ip6Address(), "fd00::2\\64");
+    EXPECT_EQ(c->getPrimaryDns(), "8.8.4.4");
+    EXPECT_EQ(c->getSecondaryDns(), "1.0.0.2");
+    EXPECT_EQ(c->getBmcIp4Address(), "192.168.0.5");
+    EXPECT_EQ(c->getBmcIp4Gateway(), "192.168.0.1");
+    EXPECT_EQ(c->getBmcIp4Netmask(), "255.255.255.0");
+    EXPECT_EQ(c->getScName(), "cell-one");
+    EXPECT_EQ(c->getDomainName(), "example.test");
+    EXPECT_EQ(c->getPublicKeyLength(), 451);
+    EXPECT_EQ(c->getPublicKey(), rec->PublicKey);
+    EXPECT_EQ(c->getLicensedControllers(), 2);
+    EXPECT_EQ(c->getIscsiPorts(), 4);
+    EXPECT_TRUE(c->isIpConfigured());
+    EXPECT_FALSE(c->isInitialized());
+    EXPECT_EQ(c->getEthernetDev(), "eth7");
+    EXPECT_EQ(c->getRaidLevel(), "raid6");
+    EXPECT_EQ(c->getCanisterId(), 1);
+    EXPECT_EQ(c->getBlinkValue(), 1);
+    EXPECT_EQ(c->getDiscoveryErrorStatus(), 5u);
+    EXPECT_EQ(c->getControllerModelNum(), 0x1234u);
+    EXPECT_TRUE(c->isPrimaryController());
+    EXPECT_TRUE(c->IsUnifiedBlockFileEnabled());
+    EXPECT_EQ(c->getLocale(), "fr_FR");
+    EXPECT_EQ(c->GetAdapterInfo(), &adapter);
+    auto domains = c->getFaultDomainConfigurationData();
+    ASSERT_EQ(domains.size(), 1u);
+    EXPECT_EQ(domains[0]->getFaultDomainID(), 3u);
+    EXPECT_EQ(domains[0]->getIpv4Address(), "10.1.0.1");
+    ASSERT_EQ(domains[0]->getPortConfigurationData().size(), 1u);
+    EXPECT_EQ(domains[0]->getPortConfigurationData()[0]->getIpv4Address(), "10.1.0.20");
+}
+
+TEST(HelloParse, EmptyBlockGivesDefaultsThatTheFilterSkips) {
+    auto rec = Parse({}, 4);
+    EXPECT_EQ(rec->ProtocolVersion, 4);
+    EXPECT_EQ(rec->BlinkValue, -1);
+    EXPECT_EQ(rec->ControllerModelNum, 999u);
+    EXPECT_EQ(rec->ProductFamily, 0);
+    EXPECT_FALSE(rec->HasVlanID);
+    EXPECT_TRUE(rec->MgmtIp4Address.isNull());
+    for (unsigned int mask = 0; mask < 4; ++mask)
+        EXPECT_FALSE(rec->IsControllerRequired(mask));
+    EXPECT_EQ(rec->GetInfo(nullptr, 3), nullptr);
+
+    std::shared_ptr<CLSWVesperController> c = rec->GetVesperInfo(nullptr);
+    EXPECT_EQ(c->getBlinkValue(), -1);
+    EXPECT_EQ(c->getControllerModelNum(), 999u);
+    EXPECT_EQ(c->getVersion(), "0.0.0");
+    // A zero address is not valid, so the text stays empty.
+    EXPECT_EQ(c->getMgmtIp4Address(), "");
+    EXPECT_EQ(c->getSerialNumber(), "");
+    EXPECT_TRUE(c->getFaultDomainConfigurationData().empty());
+
+    // A null iterator gives the defaults as well.
+    EXPECT_EQ(Fingerprint(*ParseHello4Data(nullptr, 4)), Fingerprint(*rec));
+}
+
+// The width each fixed-size code implies.
+struct Width {
+    uint8_t code;
+    size_t width;
+};
+const Width kWidths[] = {
+    {3, 2},  {4, 2},  {5, 1},  {6, 4},  {8, 4},  {9, 4},  {10, 4}, {11, 16}, {12, 16}, {13, 2},
+    {16, 4}, {17, 4}, {18, 2}, {20, 2}, {21, 2}, {22, 2}, {23, 1}, {26, 1},  {27, 1},  {28, 1},
+    {30, 4}, {32, 4}, {34, 2}, {36, 1}, {37, 2}, {38, 2}, {39, 2}, {40, 1},  {42, 4},  {44, 1},
+};
+
+TEST(HelloParse, ShortEntriesReadNothingAndKeepTheField) {
+    const Entry after{1, Str("\x5A\x5A\x5A\x5A\x5A\x5A\x5A\x5A\x5A\x5A\x5A\x5A\x5A\x5A\x5A\x5A")};
+    const std::string alone = Fingerprint(*Parse({after}));
+    for (const Width& w : kWidths) {
+        SCOPED_TRACE("code " + std::to_string(w.code));
+        // Short alone: the default stays, and the next entry's bytes are not taken.
+        Entry shortEntry{w.code, Bytes(w.width - 1, 0xEE)};
+        EXPECT_EQ(Fingerprint(*Parse({shortEntry, after})), alone);
+        // Short after a whole one: the whole one's value stays.
+        Entry whole{w.code, Bytes(w.width, 0x5A)};
+        EXPECT_EQ(Fingerprint(*Parse({whole, shortEntry, after})),
+                  Fingerprint(*Parse({whole, after})));
+        // Longer than needed: the first bytes count.
+        Bytes longer(w.width, 0x5A);
+        longer.push_back(0xEE);
+        EXPECT_EQ(Fingerprint(*Parse({Entry{w.code, longer}, after})),
+                  Fingerprint(*Parse({whole, after})));
+    }
+}
+
+TEST(HelloParse, HostileBlocksStayInBounds) {
+    // An entry that claims more bytes than the block holds ends the walk; what came before
+    // stays.
+    SETUPTlv tlv(16);
+    const Bytes raw = Hex("00 10 07 00 04 48 57 30 31 16 00 FF 02 00 00 00");
+    tlv.appendTlvDataFromMessage(reinterpret_cast<const char*>(raw.data()),
+                                 static_cast<uint16_t>(raw.size()));
+    SETUPTlvIterator it(tlv);
+    auto rec = ParseHello4Data(&it, 5);
+    EXPECT_EQ(rec->HWSerialNumber, "HW01");
+    EXPECT_EQ(rec->ProductFamily, 0);
+
+    // A port tree whose counts promise what is not there keeps nothing, and the controller
+    // gets no fault domain from it.
+    // Five controllers announced, one present (the entry cut behind it): the reader holds
+    // the one that is really there.
+    Bytes tree = PortTree();
+    const size_t used = 1 + 1 + 16 + 29;
+    ASSERT_GE(tree.size(), used);
+    tree.resize(used);
+    tree[0] = 5;
+    auto lying = Parse({{35, tree}, {7, Str("SN")}});
+    EXPECT_EQ(lying->mReader.GetNumberOfControllers(), 1);
+    EXPECT_EQ(lying->SerialNumber, "SN");
+    EXPECT_EQ(lying->GetVesperInfo(nullptr)->getFaultDomainConfigurationData().size(), 1u);
+    Bytes domains = PortTree();
+    domains[1] = 100;  // a hundred fault domains, one present
+    EXPECT_EQ(Parse({{35, domains}})->mReader.GetNumberOfControllers(), 0);
+    Bytes cutTree = PortTree();
+    cutTree.resize(cutTree.size() - 10);
+    auto cut = Parse({{35, cutTree}});
+    EXPECT_TRUE(cut->GetVesperInfo(nullptr)->getFaultDomainConfigurationData().empty());
+
+    // Two controllers' port data is not taken either: only a lone controller's is.
+    auto two = Parse({{35, PortTree(2)}});
+    EXPECT_EQ(two->mReader.GetNumberOfControllers(), 2);
+    EXPECT_TRUE(two->GetVesperInfo(nullptr)->getFaultDomainConfigurationData().empty());
+
+    // A model number far outside the named ones is held as given.
+    auto odd = Parse({{3, LE16(0xFFFF)}, {22, LE16(2)}});
+    EXPECT_EQ(static_cast<int>(odd->ProductVersion), 0xFFFF);
+    EXPECT_FALSE(odd->IsControllerRequired(3));
+
+    // A repeated entry overwrites the earlier one.
+    EXPECT_EQ(Parse({{7, Str("FIRST")}, {7, Str("SECOND")}})->SerialNumber, "SECOND");
+}
+
+TEST(HelloFilter, MaskTable) {
+    struct Row {
+        uint16_t family;
+        int model;
+        unsigned int mask;
+        bool wanted;
+    };
+    const Row rows[] = {
+        {2, 11, 1, true},  {2, 11, 2, false}, {2, 11, 3, true},  {2, 11, 0, false},
+        {2, 9, 2, true},   {2, 13, 2, true},  {2, 14, 2, true},  {2, 9, 1, false},
+        {2, 13, 1, false}, {2, 14, 3, true},  {2, 12, 3, false}, {2, 10, 3, false},
+        {1, 11, 3, false}, {3, 11, 3, false}, {0, 0, 3, false},  {2, 11, 0xFFFFFFFC, false},
+    };
+    for (const Row& r : rows) {
+        CLSWControllerDiscovery4 rec;
+        rec.ProductFamily = r.family;
+        rec.ProductVersion = static_cast<ClswDefs::SYSTargetType>(r.model);
+        rec.HWSerialNumber = rec.SerialNumber = "SN";
+        EXPECT_EQ(rec.IsControllerRequired(r.mask), r.wanted)
+            << "family " << r.family << " model " << r.model << " mask " << r.mask;
+        EXPECT_EQ(rec.GetInfo(nullptr, r.mask) != nullptr, r.wanted);
+    }
+    // The answer of the crossed codes: PRODUCT_LINE 2, PRODUCT_FAMILY 11, under bit 0.
+    EXPECT_TRUE(Parse({{22, LE16(2)}, {3, LE16(11)}})->IsControllerRequired(1));
+
+    CHello4 hello(nullptr, 2);
+    EXPECT_TRUE(hello.chkPlatform(2));
+    EXPECT_FALSE(hello.chkPlatform(1));
+    EXPECT_FALSE(hello.chkPlatform(3));
+    EXPECT_FALSE(hello.chkPlatform(6));
+}
+
+// ---- The exchange over a device in memory ----------------------------------------------
+
+const Bytes kHelloV5Link =
+    Hex("01 09 8A 00 00 01  AA BB CC DD EE FF  00 36  AA AA 03 00 09 8A 00 01");
+
+TEST(HelloExchange, RequestsAnswersAndTheEndOfTheTime) {
+    ManualClock clock;
+    const time_t start = ManualClock::Now();
+    MEMORYDevice dev(kWizardMac);
+    const int timeout = 8;
+
+    auto answer = [](u_short iVersion, const u_char* iFrom, const char* iSerial, uint16_t iModel) {
+        return ReplyFrame(PAYLOADHeader::HELLO_RSP,
+                          {{7, Str(iSerial)}, {1, Str("TAG")}, {22, LE16(2)}, {3, LE16(iModel)}},
+                          iVersion, iFrom);
+    };
+    // A answers both requests; B answers with a model this mask does not take; one frame is
+    // a Hello request of someone else; the last comes after the time is over.
+    dev.QueueFrameAt(start + 1, answer(4, kCtrlMacA, "SN-A", 11));
+    dev.QueueFrameAt(start + 2, ReplyFrame(PAYLOADHeader::HELLO_REQ, {}, 5, kCtrlMacB));
+    dev.QueueFrameAt(start + 3, answer(5, kCtrlMacA, "SN-A", 11));
+    dev.QueueFrameAt(start + 4, answer(5, kCtrlMacB, "SN-B", 13));
+    dev.QueueFrameAt(start + timeout + 1, answer(5, kCtrlMacB, "SN-LATE", 11));
+
+    CHello4 hello(nullptr, 1);
+    std::list<std::shared_ptr<IlswController>> found;
+    ASSERT_EQ(hello.run(dev, found, timeout, "en_US"), 0);
+
+    // Both requests, as the frame tables have them with the locale en_US.
+    ASSERT_EQ(dev.Sent().size(), 2u);
+    const Bytes& v4 = dev.Sent()[0];
+    const Bytes& v5 = dev.Sent()[1];
+    const Bytes body = Hex("00 0A 01 00 05 65 6E 5F 55 53");
+    EXPECT_EQ(v5, Cat({kHelloV5Link, Hex("00 05 00 01 00 22 01 01 8D D0 8D 81"), body,
+                       Bytes(34 - body.size(), 0)}));
+    ASSERT_EQ(v4.size(), 1492u);
+    EXPECT_EQ(Bytes(v4.begin(), v4.begin() + 44),
+              Cat({Hex("01 09 8A 00 00 01  AA BB CC DD EE FF  05 C6  AA AA 03 00 09 8A 00 01"),
+                   Hex("00 04 00 01 05 B2 01 01 8D D0 8D 81"), body}));
+    EXPECT_EQ(Bytes(v4.begin() + 44, v4.end()), Bytes(1492 - 44, 0));
+
+    // A twice, once per version, in order of arrival; nothing of B, of the request or of
+    // the late answer.
+    ASSERT_EQ(found.size(), 2u);
+    for (auto& c : found)
+        EXPECT_EQ(c->getSerialNumber(), "SN-A");
+    EXPECT_EQ(found.front()->getProtocolVersion(), 4);
+    EXPECT_EQ(found.back()->getProtocolVersion(), 5);
+    EXPECT_EQ(found.front()->getMacAddress(), "00:C0:DD:01:02:0A");
+    EXPECT_EQ(ManualClock::Now() - start, timeout + 1);
+}
+
+TEST(HelloExchange, SilenceMaskZeroAndFailedSends) {
+    ManualClock clock;
+    {
+        // Silence: the first read waits out the whole time, which does not exceed it, so a
+        // second read waits once more. No locale: the bodies are the bare block.
+        const time_t start = ManualClock::Now();
+        MEMORYDevice dev(kWizardMac);
+        CHello4 hello(nullptr, 3);
+        std::list<std::shared_ptr<IlswController>> found;
+        EXPECT_EQ(hello.run(dev, found, 5, ""), 0);
+        EXPECT_TRUE(found.empty());
+        EXPECT_EQ(ManualClock::Now() - start, 10);
+        ASSERT_EQ(dev.Sent().size(), 2u);
+        EXPECT_EQ(
+            dev.Sent()[1],
+            Cat({kHelloV5Link, Hex("00 05 00 01 00 22 01 01 FC F0 A6 C7 00 02"), Bytes(32, 0)}));
+    }
+    {
+        // Mask 0 takes nobody, and the run still succeeds.
+        MEMORYDevice dev(kWizardMac);
+        dev.QueueFrameAt(
+            ManualClock::Now() + 1,
+            ReplyFrame(PAYLOADHeader::HELLO_RSP, {{7, Str("SN-A")}, {22, LE16(2)}, {3, LE16(11)}}));
+        CHello4 hello(nullptr, 0);
+        std::list<std::shared_ptr<IlswController>> found;
+        EXPECT_EQ(hello.run(dev, found, 3, ""), 0);
+        EXPECT_TRUE(found.empty());
+        EXPECT_EQ(dev.Pending(), 0u);
+    }
+    for (size_t failing : {0, 1}) {
+        MEMORYDevice dev(kWizardMac);
+        dev.FailWritesFrom(failing);
+        dev.QueueFrame(ReplyFrame(PAYLOADHeader::HELLO_RSP, {{7, Str("SN-A")}}));
+        CHello4 hello(nullptr, 3);
+        std::list<std::shared_ptr<IlswController>> found;
+        EXPECT_EQ(hello.run(dev, found, 3, ""), 1006);
+        EXPECT_EQ(dev.ReadCalls(), 0u);  // answers to the first Hello are not looked at
+    }
+}
+
+TEST(HelloExchange, HandlerTakesTheSourceAndIgnoresOtherOpcodes) {
+    unsigned char mac[6] = {2, 0, 0, 0, 0, 9};
+    CZelAdapter adapter(mac, "ethX", "ethX", "");
+    adapter.m_next = nullptr;
+    CHello4 hello(&adapter, 1);
+    std::list<std::shared_ptr<IlswController>> found;
+    const std::vector<Entry> entries = {{7, Str("SN-A")}, {22, LE16(2)}, {3, LE16(11)}};
+
+    hello.packet_handler(nullptr, found);
+    hello.packet_handler(Reply(PAYLOADHeader::SETUP_RSP, entries), found);
+    auto badVersion = Reply(PAYLOADHeader::HELLO_RSP, entries);
+    badVersion->m_version = 6;
+    hello.packet_handler(badVersion, found);
+    EXPECT_TRUE(found.empty());
+
+    hello.packet_handler(Reply(PAYLOADHeader::HELLO_RSP, entries, 4, kCtrlMacB), found);
+    ASSERT_EQ(found.size(), 1u);
+    auto c = std::dynamic_pointer_cast<CLSWVesperController>(found.front());
+    ASSERT_TRUE(c);
+    EXPECT_EQ(memcmp(c->GetMACAddr(), kCtrlMacB, 6), 0);
+    EXPECT_EQ(c->GetAdapterInfo(), &adapter);
+    EXPECT_EQ(c->getProtocolVersion(), 4);
+}
+
+}  // namespace

@@ -1,0 +1,485 @@
+// The unicast exchanges (their reply handlers and their shared read rules, over a device in
+// memory) and the parts of the worker that need no network.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <list>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "ExchangeFrames.h"
+#include "LSWConfig4/LSWConfigMgr.h"
+#include "LSWConfig4/LSWConfigModel.h"
+#include "LSWConfig4/LSWDiscovery4.h"
+#include "LSWConfig4/LSWExchange.h"
+#include "LSWConfig4/tlvUtils.h"
+#include "support/ManualClock.h"
+#include "support/MemoryDevice.h"
+
+namespace {
+
+using namespace xchg;
+
+Bytes Steps(std::initializer_list<std::pair<int, int>> iSteps) {
+    CONFIGURATIONStepWriter writer;
+    for (auto& s : iSteps)
+        writer.AddStep(static_cast<int8_t>(s.first), static_cast<int8_t>(s.second));
+    return ToBytes(writer.Pack());
+}
+
+Bytes Disks(int iCount) {
+    DISKConfigDataWriter writer;
+    for (int i = 0; i < iCount; ++i) {
+        RAWDiskData d;
+        d.enclosureIndex = i / 24;
+        d.enclosurePosition = i % 24;
+        d.diskStatus = i;
+        writer.AddDisk(d);
+    }
+    return ToBytes(writer.Pack());
+}
+
+Bytes Extras(int iCount) {
+    DISKConfigExtra1DataWriter writer;
+    for (int i = 0; i < iCount; ++i) {
+        RAWDiskDataExtra1 d;
+        d.diskclass = "SSD";
+        d.product = "P" + std::to_string(i);
+        d.revision = "R1";
+        d.disksize = 1000LL * i;
+        d.healthy = 1;
+        writer.AddDisk(d);
+    }
+    return ToBytes(writer.Pack());
+}
+
+// ---- Reply handlers ---------------------------------------------------------------------
+
+TEST(PollReply, EveryCodeAndWhatIsNotTaken) {
+    CPollMsg poll(nullptr, nullptr, kCtrlMacA);
+    EXPECT_EQ(poll.packet_handler(
+                  Reply(PAYLOADHeader::CONFIG_STATUS_RSP, {{1, LE16(3)},
+                                                           {2, Str("Configuring disks")},
+                                                           {3, Steps({{1, 0}, {3, 1}, {13, 4}})},
+                                                           {4, LE16(0x0107)},
+                                                           {9, Str("later")}})),
+              0);
+    EXPECT_EQ(poll.GetConfigurationStatusResponseCode(), 3);
+    EXPECT_EQ(poll.GetErrorMessageText(), "Configuring disks");
+    EXPECT_EQ(poll.GetOrchestratorState(), 0x0107u);
+    const auto& steps = poll.GetConfigurationStepReader().GetSteps();
+    ASSERT_EQ(steps.size(), 3u);
+    EXPECT_EQ(steps[2].configurationStepId, 13);
+    EXPECT_EQ(steps[2].configurationStepStatus, 4);
+
+    // Short numbers leave the start values; a step count that lies keeps the steps there.
+    CPollMsg shortPoll(nullptr, nullptr, kCtrlMacA);
+    Bytes lying = Steps({{1, 0}, {2, 1}});
+    lying[0] = 0xE8;
+    lying[1] = 0x03;  // a thousand steps announced, two present
+    EXPECT_EQ(shortPoll.packet_handler(Reply(PAYLOADHeader::CONFIG_STATUS_RSP,
+                                             {{1, Hex("05")}, {4, Bytes()}, {3, lying}})),
+              0);
+    EXPECT_EQ(shortPoll.GetConfigurationStatusResponseCode(), 0);
+    EXPECT_EQ(shortPoll.GetOrchestratorState(), 0u);
+    const CONFIGURATIONStepReader& reader = shortPoll.GetConfigurationStepReader();
+    EXPECT_LE(reader.GetSteps().size(), 2u);
+    EXPECT_LE(reader.GetNumberOfSteps(), reader.GetSteps().size());
+
+    // Any other opcode is handled too, as the end of the exchange, with nothing stored.
+    CPollMsg other(nullptr, nullptr, kCtrlMacA);
+    EXPECT_EQ(other.packet_handler(Reply(PAYLOADHeader::DISK_CONFIG_RSP, {{1, LE16(9)}})), 0);
+    EXPECT_EQ(other.GetConfigurationStatusResponseCode(), 0);
+    EXPECT_EQ(other.GetConfigurationStepReader().GetSteps().size(), 0u);
+}
+
+TEST(DiskReply, BothListsAnyLengthAndTheErrorState) {
+    CDiskInfo none(nullptr, nullptr, kCtrlMacA);
+    EXPECT_EQ(none.GetErrorState(), 4294967295u);
+
+    // 200 disks, more than a signed byte counts, and fewer extended records.
+    CDiskInfo disks(nullptr, nullptr, kCtrlMacA);
+    EXPECT_EQ(disks.packet_handler(Reply(PAYLOADHeader::DISK_CONFIG_RSP,
+                                         {{1, LE16(0)}, {2, Disks(200)}, {3, Extras(130)}})),
+              0);
+    EXPECT_EQ(disks.GetErrorState(), 0u);
+    ASSERT_EQ(disks.GetDiskConfigDataReader().GetNumberOfDisks(), 200u);
+    ASSERT_EQ(disks.GetDiskConfigDataReader().GetDisks().size(), 200u);
+    EXPECT_EQ(disks.GetDiskConfigDataReader().GetDisks()[199].diskStatus, 199);
+    ASSERT_EQ(disks.GetDiskConfigExtra1DataReader().GetNumberOfDisks(), 130u);
+    EXPECT_EQ(disks.GetDiskConfigExtra1DataReader().GetDisks()[129].product, "P129");
+
+    // A 16-bit state is the whole state: no bits of the start value remain.
+    CDiskInfo state(nullptr, nullptr, kCtrlMacA);
+    state.packet_handler(
+        Reply(PAYLOADHeader::DISK_CONFIG_RSP, {{1, LE16(0xBEEF)}, {3, Extras(2)}}));
+    EXPECT_EQ(state.GetErrorState(), 0xBEEFu);
+    EXPECT_EQ(state.GetDiskConfigDataReader().GetNumberOfDisks(), 0u);
+    EXPECT_EQ(state.GetDiskConfigExtra1DataReader().GetNumberOfDisks(), 2u);
+
+    // A short state is no state; a disk count that lies keeps only disks that are there.
+    CDiskInfo hostile(nullptr, nullptr, kCtrlMacA);
+    Bytes lying = Disks(3);
+    lying[1] = 0x7F;
+    hostile.packet_handler(Reply(PAYLOADHeader::DISK_CONFIG_RSP, {{1, Hex("00")}, {2, lying}}));
+    EXPECT_EQ(hostile.GetErrorState(), 4294967295u);
+    const DISKConfigDataReader& reader = hostile.GetDiskConfigDataReader();
+    EXPECT_LE(reader.GetDisks().size(), 3u);
+    EXPECT_LE(reader.GetNumberOfDisks(), reader.GetDisks().size());
+
+    CDiskInfo other(nullptr, nullptr, kCtrlMacA);
+    EXPECT_EQ(other.packet_handler(Reply(PAYLOADHeader::BLINK_RSP, {{1, LE16(0)}})), 0);
+    EXPECT_EQ(other.GetErrorState(), 4294967295u);
+}
+
+TEST(BlinkReply, StatusValueAndReadingOn) {
+    CBlink4 blink(nullptr, nullptr, kCtrlMacA);
+    EXPECT_EQ(blink.getBlinkStatus(), -1);
+    EXPECT_EQ(blink.packet_handler(
+                  Reply(PAYLOADHeader::BLINK_RSP, {{1, LE32(0x01020304)}, {2, LE16(2)}, {7, {}}})),
+              0);
+    EXPECT_EQ(blink.getBlinkStatus(), 0x01020304);
+    EXPECT_EQ(blink.getBlinkValue(), 2);
+
+    // A version 4 answer passes; short entries change nothing.
+    CBlink4 shortBlink(nullptr, nullptr, kCtrlMacA);
+    EXPECT_EQ(shortBlink.packet_handler(
+                  Reply(PAYLOADHeader::BLINK_RSP, {{1, Hex("01 02 03")}, {2, Hex("01")}}, 4)),
+              0);
+    EXPECT_EQ(shortBlink.getBlinkStatus(), -1);
+    EXPECT_EQ(shortBlink.getBlinkValue(), 0);
+
+    // Not a blink answer: back to reading.
+    EXPECT_EQ(blink.packet_handler(Reply(PAYLOADHeader::DISK_CONFIG_RSP, {{1, LE32(7)}})), 1);
+    EXPECT_EQ(blink.getBlinkStatus(), 0x01020304);
+}
+
+// ---- The shared shape over a device in memory -------------------------------------------
+
+class UnicastShape : public ::testing::Test {
+protected:
+    ManualClock clock;
+    time_t start = ManualClock::Now();
+    MEMORYDevice dev{kWizardMac};
+
+    void At(time_t iOffset, const Bytes& iFrame) { dev.QueueFrameAt(start + iOffset, iFrame); }
+    Bytes StatusReply(uint16_t iCode, u_short iVersion = 5) {
+        return ReplyFrame(PAYLOADHeader::CONFIG_STATUS_RSP,
+                          {{1, LE16(iCode)}, {3, Steps({{4, 1}})}}, iVersion);
+    }
+};
+
+TEST_F(UnicastShape, PollReadsPastOthersAndAddressesTheController) {
+    CONFIGURATIONStatusRequest request(5);
+    CPollMsg poll(nullptr, &request, kCtrlMacA);
+    At(1, ReplyFrame(PAYLOADHeader::DISK_CONFIG_RSP, {{1, LE16(0)}}));
+    At(2, StatusReply(4));
+    EXPECT_EQ(poll.run(dev, 8), 0);
+    EXPECT_EQ(poll.GetConfigurationStatusResponseCode(), 4);
+    EXPECT_EQ(poll.GetConfigurationStepReader().GetSteps().size(), 1u);
+    EXPECT_EQ(poll.diag(), "");
+
+    ASSERT_EQ(dev.Sent().size(), 1u);
+    const Bytes& frame = dev.Sent()[0];
+    EXPECT_EQ(
+        Bytes(frame.begin(), frame.begin() + 36),
+        Cat({Bytes(kCtrlMacA, kCtrlMacA + 6), Bytes(kWizardMac, kWizardMac + 6),
+             Hex("00 36 AA AA 03 00 09 8A 00 01 00 05 00 09 00 22 01 01 FC F0 A6 C7 00 02")}));
+}
+
+TEST_F(UnicastShape, SilenceLateRepliesAndTheLastSecond) {
+    {
+        // The device gives up after one wait: the empty text, not a timeout.
+        CONFIGURATIONStatusRequest request(5);
+        CPollMsg poll(nullptr, &request, kCtrlMacA);
+        EXPECT_EQ(poll.run(dev, 8), -1);
+        EXPECT_EQ(poll.diag(), "Unexpected Error: Poll response was empty.");
+        EXPECT_EQ(ManualClock::Now() - start, 8);
+    }
+    {
+        // Another message read just in time, the answer after the time is over.
+        start = ManualClock::Now();
+        CONFIGURATIONStatusRequest request(5);
+        CPollMsg poll(nullptr, &request, kCtrlMacA);
+        At(7, ReplyFrame(PAYLOADHeader::BLINK_RSP, {}));
+        At(9, StatusReply(1));
+        EXPECT_EQ(poll.run(dev, 8), -1);
+        EXPECT_EQ(poll.diag(), "Poll request timed out.");
+        EXPECT_EQ(poll.GetConfigurationStatusResponseCode(), 0);
+    }
+    {
+        // An answer in the last second is taken: the time must be exceeded.
+        start = ManualClock::Now();
+        CONFIGURATIONStatusRequest request(5);
+        CPollMsg poll(nullptr, &request, kCtrlMacA);
+        At(7, ReplyFrame(PAYLOADHeader::BLINK_RSP, {}));
+        At(8, StatusReply(2));
+        EXPECT_EQ(poll.run(dev, 8), 0);
+        EXPECT_EQ(poll.GetConfigurationStatusResponseCode(), 2);
+    }
+}
+
+TEST_F(UnicastShape, ChecksumsAreComparedExceptForTheSetupStatus) {
+    Bytes corrupt = StatusReply(1);
+    corrupt[30] ^= 0xFF;
+    At(1, corrupt);
+    CONFIGURATIONStatusRequest request(5);
+    CPollMsg poll(nullptr, &request, kCtrlMacA);
+    EXPECT_EQ(poll.run(dev, 8), -1);
+    EXPECT_EQ(poll.diag(), "Unexpected Error: checksum error occurred while reading the response.");
+
+    // A version 4 answer carries no checksum that is looked at.
+    Bytes v4 = StatusReply(6, 4);
+    v4[30] ^= 0xFF;
+    At(2, v4);
+    CPollMsg poll4(nullptr, &request, kCtrlMacA);
+    EXPECT_EQ(poll4.run(dev, 8), 0);
+    EXPECT_EQ(poll4.GetConfigurationStatusResponseCode(), 6);
+
+    // The status byte of a setup answer is no block; its checksum is never compared, and the
+    // controller's verdict is in the status, not in the result.
+    for (u_char status : {u_char(0), u_char(200)}) {
+        Bytes setupReply = SetupReplyFrame(status);
+        setupReply[31] ^= 0x55;
+        dev.QueueFrame(setupReply);
+        SETUPRequest setupRequest(5);
+        CSetup setup(nullptr, &setupRequest, kCtrlMacA);
+        EXPECT_EQ(setup.run(dev, 8), 0);
+        EXPECT_EQ(setup.GetStatus(), status);
+    }
+}
+
+TEST_F(UnicastShape, FailuresBeforeAndAfterTheSend) {
+    // No request: nothing goes out, and there is no text for the operator.
+    CSetup noRequest(nullptr, nullptr, kCtrlMacA);
+    EXPECT_EQ(noRequest.run(dev, 8), -1);
+    EXPECT_EQ(noRequest.diag(), "");
+    EXPECT_EQ(noRequest.GetStatus(), -1);
+    EXPECT_TRUE(dev.Sent().empty());
+
+    SETUPRequest setupRequest(5);
+    CSetup silent(nullptr, &setupRequest, kCtrlMacA);
+    EXPECT_EQ(silent.run(dev, 8), -1);
+    EXPECT_EQ(silent.diag(), "Unexpected Error: setup response was empty.");
+    EXPECT_EQ(silent.GetStatus(), -1);
+
+    dev.FailWritesFrom(dev.WriteCalls());
+    CSetup unsent(nullptr, &setupRequest, kCtrlMacA);
+    EXPECT_EQ(unsent.run(dev, 8), -1);
+    EXPECT_EQ(unsent.diag(), "Unexpected Error: Send config frame failed.");
+    CONFIGURATIONStatusRequest pollRequest(5);
+    CPollMsg poll(nullptr, &pollRequest, kCtrlMacA);
+    EXPECT_EQ(poll.run(dev, 8), -1);
+    EXPECT_EQ(poll.diag(), "");
+    EXPECT_EQ(dev.ReadCalls(), 1u);  // only the silent setup read
+
+    // Without a device at all: the words of each exchange, and PreJoin's own codes.
+    unsigned char mac[6] = {2, 0, 0, 0, 0, 1};
+    CZelAdapter nowhere(mac, "no-such-if0", "no-such-if0", "");
+    nowhere.m_next = nullptr;
+    CSetup setupNowhere(&nowhere, &setupRequest, kCtrlMacA);
+    EXPECT_EQ(setupNowhere.run(8), -1);
+    EXPECT_EQ(setupNowhere.diag(), "Unexpected Error: CL2::GetInterface failed.");
+    CBlink4 blinkNowhere(nullptr, nullptr, kCtrlMacA);
+    EXPECT_EQ(blinkNowhere.run(8), -1);
+    EXPECT_EQ(blinkNowhere.diag(), "");
+    PREJOINRequest prejoinRequest(5);
+    CPreJoin prejoinNowhere(&nowhere, &prejoinRequest, kCtrlMacA);
+    EXPECT_EQ(prejoinNowhere.run(), 1004);
+}
+
+TEST_F(UnicastShape, DiskInfoAcrossFramesAndBlinkWithoutItsValue) {
+    DISKConfigurationRequest request(5);
+    CDiskInfo silent(nullptr, &request, kCtrlMacA);
+    EXPECT_EQ(silent.run(dev, 8), -1);
+    EXPECT_EQ(silent.diag(), "Unexpected Error: DiskInfo response was empty.");
+    EXPECT_NE(silent.GetErrorState(), 0u);
+
+    // 200 disks do not fit one frame: the version 5 answer comes in several.
+    start = ManualClock::Now();
+    auto reply =
+        Reply(PAYLOADHeader::DISK_CONFIG_RSP, {{1, LE16(0)}, {2, Disks(200)}, {3, Extras(200)}});
+    std::vector<Bytes> frames = ReplyFrames(*reply);
+    ASSERT_GT(frames.size(), 1u);
+    for (const Bytes& f : frames)
+        At(1, f);
+    CDiskInfo disks(nullptr, &request, kCtrlMacA);
+    EXPECT_EQ(disks.run(dev, 8), 0);
+    EXPECT_EQ(disks.GetErrorState(), 0u);
+    EXPECT_EQ(disks.GetDiskConfigDataReader().GetDisks().size(), 200u);
+    EXPECT_EQ(disks.GetDiskConfigExtra1DataReader().GetDisks().size(), 200u);
+
+    // A version 4 answer to a version 5 request, without a blink value.
+    BLINKRequest blinkRequest(5);
+    const char on = 1;
+    blinkRequest.m_tlv.pushBackEntry(BLINKRequest::BLINK_REQUEST_STATUS, 1, &on);
+    dev.QueueFrame(ReplyFrame(PAYLOADHeader::BLINK_RSP, {{1, LE32(0)}}, 4));
+    CBlink4 blink(nullptr, &blinkRequest, kCtrlMacA);
+    EXPECT_EQ(blink.run(dev, 8), 0);
+    EXPECT_EQ(blink.getBlinkStatus(), 0);
+    EXPECT_EQ(blink.getBlinkValue(), 0);
+    CBlink4 silentBlink(nullptr, &blinkRequest, kCtrlMacA);
+    EXPECT_EQ(silentBlink.run(dev, 8), -1);
+    EXPECT_EQ(silentBlink.diag(), "Unexpected Error: blink response was empty.");
+    EXPECT_EQ(silentBlink.getBlinkStatus(), -1);
+}
+
+TEST_F(UnicastShape, PreJoinIsOneFrameAndNoRead) {
+    PREJOINRequest v5(5);
+    CPreJoin prejoin(nullptr, &v5, kCtrlMacA);
+    EXPECT_EQ(prejoin.run(dev), 0);
+    PREJOINRequest v4(4);
+    CPreJoin prejoin4(nullptr, &v4, kCtrlMacA);
+    EXPECT_EQ(prejoin4.run(dev), 0);
+    EXPECT_EQ(dev.ReadCalls(), 0u);
+
+    ASSERT_EQ(dev.Sent().size(), 2u);
+    const Bytes link = Cat({Bytes(kCtrlMacA, kCtrlMacA + 6), Bytes(kWizardMac, kWizardMac + 6)});
+    EXPECT_EQ(dev.Sent()[0],
+              Cat({link, Hex("00 36 AA AA 03 00 09 8A 00 01 00 05 00 0D 00 22 01 01"),
+                   Hex("FC F0 A6 C7 00 02"), Bytes(32, 0)}));
+    const Bytes& frame4 = dev.Sent()[1];
+    ASSERT_EQ(frame4.size(), 1492u);
+    EXPECT_EQ(Bytes(frame4.begin(), frame4.begin() + 36),
+              Cat({link, Hex("05 C6 AA AA 03 00 09 8A 00 01 00 04 00 0D 05 B2 01 01"),
+                   Hex("FC F0 A6 C7 00 02")}));
+
+    CPreJoin none(nullptr, nullptr, kCtrlMacA);
+    EXPECT_EQ(none.run(dev), -1);
+    dev.FailWritesFrom(0);
+    EXPECT_EQ(prejoin.run(dev), -1);
+}
+
+TEST(ExchangeLocale, CutAndPushedUnderTheRequestsCode) {
+    BLINKRequest blink(5);
+    EXPECT_TRUE(AttachLocale(blink, BLINKRequest::LOCALIZATION_PARAMETER, ""));
+    EXPECT_EQ(blink.m_tlv.getTlvBytesUsed(), 2);
+    EXPECT_TRUE(AttachLocale(blink, BLINKRequest::LOCALIZATION_PARAMETER, std::string(300, 'x')));
+    SETUPTlvIterator it(blink.m_tlv);
+    EXPECT_EQ(it.getType(), 2);
+    EXPECT_EQ(it.getLen(), 255);
+}
+
+// ---- The worker -------------------------------------------------------------------------
+
+std::shared_ptr<CLSWVesperController> Controller(const std::string& iSerial,
+                                                 const std::string& iTag, int iModel,
+                                                 const u_char* iMac, bool iInitialized = false,
+                                                 bool iPrimary = false) {
+    auto c = std::make_shared<CLSWVesperController>();
+    c->SetSerialNumberFromController(iSerial);
+    c->SetHardwareSNFromController(iSerial);
+    c->SetServiceTagFromController(iTag);
+    c->SetProductVersionFromController(static_cast<ClswDefs::SYSTargetType>(iModel));
+    c->SetMACAddressFromController(iMac);
+    c->SetIsInitializedFromController(iInitialized);
+    c->SetIsControllerPrimary(iPrimary);
+    c->SetProtocolVersion(5);
+    return c;
+}
+
+void Put(ControllersMap& ioMap, const std::shared_ptr<CLSWVesperController>& iController) {
+    ioMap[std::make_pair(static_cast<unsigned int>(iController->getProductVersion()),
+                         iController->getSerialNumber())] = iController;
+}
+
+std::vector<std::string> Serials(const std::shared_ptr<CLSWArray>& iArray) {
+    std::vector<std::string> out;
+    for (unsigned int i = 0; i < iArray->getControllerCount(); ++i)
+        out.push_back(iArray->getController(i)->getSerialNumber());
+    return out;
+}
+
+const u_char kMacC[6] = {0x00, 0xC0, 0xDD, 0x01, 0x02, 0x0C};
+const u_char kMacD[6] = {0x00, 0xC0, 0xDD, 0x01, 0x02, 0x0D};
+
+TEST(ManagerJoin, ArraysByModelThenTagAndControllersByHardwareSerial) {
+    CManager manager(11, 3, "");
+    ControllersMap map;
+    Put(map, Controller("SN-B", "TAG-1", 11, kCtrlMacB));
+    Put(map, Controller("SN-A", "TAG-1", 11, kCtrlMacA, true));
+    Put(map, Controller("SN-C", "TAG-1", 13, kMacC));
+    Put(map, Controller("SN-D", "TAG-0", 11, kMacD));
+    Put(map, Controller("", "TAG-0", 11, kMacD));  // no serial: in no array
+    Put(map, Controller("SN-F", "", 11, kMacC));
+    Put(map, Controller("SN-E", "", 11, kMacD));
+
+    std::list<std::shared_ptr<CLSWArray>> arrays;
+    arrays.push_back(std::make_shared<CLSWVesperArray>("EARLIER"));  // kept in front
+    manager.JoinArrays(arrays, map);
+    ASSERT_EQ(arrays.size(), 5u);
+    auto it = arrays.begin();
+    EXPECT_EQ((*it++)->getArrayId(), "EARLIER");
+    auto emptyTag = *it++;
+    auto tag0 = *it++;
+    auto tag1 = *it++;
+    auto model13 = *it++;
+    EXPECT_EQ(emptyTag->getArrayId(), "");
+    EXPECT_EQ(Serials(emptyTag), (std::vector<std::string>{"SN-E", "SN-F"}));
+    EXPECT_EQ(Serials(tag0), (std::vector<std::string>{"SN-D"}));
+    EXPECT_EQ(Serials(tag1), (std::vector<std::string>{"SN-A", "SN-B"}));
+    EXPECT_EQ(tag1->getArrayState(), ClswDefs::PARTIAL_INIT);
+    EXPECT_EQ(tag0->getArrayState(), ClswDefs::READY);
+    EXPECT_EQ(model13->getProductVersion(), ClswDefs::SYS_TARGET_QUILLBROOK_MODEL_QB7000);
+    EXPECT_EQ(Serials(model13), (std::vector<std::string>{"SN-C"}));
+
+    // Either controller finds its array, in any letter case.
+    EXPECT_EQ(manager.FindArrayFromMacAddress(arrays, "00:c0:dd:01:02:0b"), tag1);
+    EXPECT_EQ(manager.FindArrayFromMacAddress(arrays, "00:C0:DD:01:02:0A"), tag1);
+    EXPECT_EQ(manager.FindArrayFromMacAddress(arrays, "00:C0:DD:01:02:0C"), emptyTag);
+    EXPECT_EQ(manager.FindArrayFromMacAddress(arrays, "00:C0:DD:01:02:99"), nullptr);
+    EXPECT_EQ(manager.FindArrayFromMacAddress({}, "00:C0:DD:01:02:0A"), nullptr);
+}
+
+TEST(ManagerOperations, FailuresThatNeedNoWire) {
+    CManager manager(11, 3, "");
+    std::string message;
+
+    std::shared_ptr<IlswBlinkResponse> blink;
+    EXPECT_EQ(manager.BlinkVesperController(nullptr, 1, blink, message), 1010);
+    EXPECT_EQ(message, "Controller not found.");
+    EXPECT_EQ(blink, nullptr);
+    std::vector<std::shared_ptr<IlswDiskInfo>> disks;
+    message.clear();
+    EXPECT_EQ(manager.GetDiskInfo(nullptr, disks, message), 1010);
+    EXPECT_EQ(message, "Controller not found.");
+
+    // No MAC address: -1, and the caller's last response stays.
+    auto noMac = std::make_shared<CLSWVesperController>();
+    noMac->setHWAddress("SN-X");
+    auto last = std::make_shared<ClswConfigurationStatusResponse>();
+    std::shared_ptr<IlswConfigurationStatusResponse> response = last;
+    EXPECT_EQ(manager.GetVesperControllerInitializeStatus(noMac, response, message), -1);
+    EXPECT_EQ(message, "MAC Address not found for the controller.");
+    EXPECT_EQ(response, last);
+
+    // A controller that fails its own rules goes nowhere.
+    EXPECT_EQ(
+        manager.ConfigureVesperController(std::make_shared<CLSWVesperController>(), message, true),
+        1018);
+    EXPECT_FALSE(message.empty());
+
+    // PreJoin: an array that is not ready; a primary without adapter (a code with no text);
+    // an array with nobody to send to.
+    CLSWVesperArray incomplete;
+    EXPECT_EQ(manager.PreJoinArray(&incomplete, message), 1013);
+    EXPECT_EQ(message, "Array is in invalid state.");
+
+    CLSWVesperArray ready;
+    ready.AddVesperController(Controller("SN-A", "TAG", 11, kCtrlMacA, false, true));
+    ASSERT_EQ(ready.getArrayState(), ClswDefs::READY);
+    message = "stale";
+    EXPECT_EQ(manager.PreJoinArray(&ready, message), 1035);
+    EXPECT_EQ(message, "");
+
+    CLSWVesperArray nobody;
+    nobody.AddVesperController(Controller("SN-A", "TAG", 11, kCtrlMacA, true, true));
+    nobody.AddVesperController(Controller("SN-B", "TAG", 11, kCtrlMacB, false, false));
+    ASSERT_EQ(nobody.getArrayState(), ClswDefs::PARTIAL_INIT);
+    message = "kept";
+    EXPECT_EQ(manager.PreJoinArray(&nobody, message), 0);
+    EXPECT_EQ(message, "kept");
+}
+
+}  // namespace
