@@ -37,7 +37,8 @@ public:
     const unsigned char* position() const { return m_p; }
 
     bool skip(size_t iCount) {
-        if (!take(iCount)) return false;
+        if (!take(iCount))
+            return false;
         m_p += iCount;
         m_left -= iCount;
         return true;
@@ -45,10 +46,12 @@ public:
 
     bool readBytes(void* oDst, size_t iCount) {
         if (!take(iCount)) {
-            if (oDst && iCount) std::memset(oDst, 0, iCount);
+            if (oDst && iCount)
+                std::memset(oDst, 0, iCount);
             return false;
         }
-        if (iCount) std::memcpy(oDst, m_p, iCount);
+        if (iCount)
+            std::memcpy(oDst, m_p, iCount);
         m_p += iCount;
         m_left -= iCount;
         return true;
@@ -69,7 +72,8 @@ public:
 
     // Appends iCount bytes to oText.
     bool readString(std::string& oText, size_t iCount) {
-        if (!take(iCount)) return false;
+        if (!take(iCount))
+            return false;
         oText.append(reinterpret_cast<const char*>(m_p), iCount);
         m_p += iCount;
         m_left -= iCount;
@@ -86,9 +90,11 @@ private:
     }
     uint64_t readLE(size_t iCount) {
         unsigned char b[8] = {};
-        if (!readBytes(b, iCount)) return 0;
+        if (!readBytes(b, iCount))
+            return 0;
         uint64_t v = 0;
-        for (size_t i = iCount; i-- > 0;) v = (v << 8) | b[i];
+        for (size_t i = iCount; i-- > 0;)
+            v = (v << 8) | b[i];
         return v;
     }
 

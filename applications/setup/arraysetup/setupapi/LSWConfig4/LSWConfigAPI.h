@@ -263,7 +263,8 @@ public:
     void SetOrchestratorState(unsigned int state) { m_OrchestratorState = state; }
     void SetErrorMessage(std::string message) { m_ErrorMessage = std::move(message); }
     void AddConfigurationStep(std::shared_ptr<ClswConfigurationStepList>& step) {
-        if (step) m_ConfigStepList.push_back(step);
+        if (step)
+            m_ConfigStepList.push_back(step);
     }
 
 private:

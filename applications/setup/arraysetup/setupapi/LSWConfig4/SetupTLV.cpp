@@ -7,16 +7,23 @@
 #include "LSWConfig4/ByteCursor.h"
 #include "LSWConfig4/setupMessage.h"
 
-SETUPTlv::SETUPTlv(uint32_t size) { initialize(size); }
+SETUPTlv::SETUPTlv(uint32_t size) {
+    initialize(size);
+}
 
-SETUPTlv::SETUPTlv(const SETUPTlv& other) { initialize(other); }
+SETUPTlv::SETUPTlv(const SETUPTlv& other) {
+    initialize(other);
+}
 
 SETUPTlv& SETUPTlv::operator=(const SETUPTlv& other) {
-    if (this != &other) initialize(other);
+    if (this != &other)
+        initialize(other);
     return *this;
 }
 
-SETUPTlv::~SETUPTlv() { release(); }
+SETUPTlv::~SETUPTlv() {
+    release();
+}
 
 void SETUPTlv::release() {
     free(mptlvBufferStart);
@@ -25,7 +32,8 @@ void SETUPTlv::release() {
 }
 
 void SETUPTlv::initialize(uint32_t size) {
-    if (size == 0) return;
+    if (size == 0)
+        return;
     release();
     // Room for the total length at least, whatever was asked.
     uint32_t allocation = std::max<uint32_t>(size, 2);
@@ -45,23 +53,28 @@ void SETUPTlv::initialize(uint32_t size) {
 void SETUPTlv::initialize(const SETUPTlv& other) {
     // The copy takes the enforced capacity as its allocation.
     initialize(other.mtlvBufferSize);
-    if (mtlvBufferSize == 0 || !mptlvBufferStart) return;
+    if (mtlvBufferSize == 0 || !mptlvBufferStart)
+        return;
     uint32_t n = std::min<uint32_t>(mtlvBufferSize, other.mtlvAllocated);
-    if (n) memcpy(mptlvBufferStart, other.mptlvBufferStart, n);
+    if (n)
+        memcpy(mptlvBufferStart, other.mptlvBufferStart, n);
     mtlvBytesUsed = GetBE16(mptlvBufferStart);
 }
 
 bool SETUPTlv::pushBackEntry(uint8_t type, uint16_t len, const char* value) {
     // 16 bits wide as the record has it: the sum may wrap.
     uint16_t spaceNeeded = static_cast<uint16_t>(len + mtlvBytesUsed + 3);
-    if (mtlvBufferSize < spaceNeeded) return false;
+    if (mtlvBufferSize < spaceNeeded)
+        return false;
     // A wrapped sum must still not carry the entry past the allocation.
     size_t offset = static_cast<size_t>(mptlvBufferNext - mptlvBufferStart);
-    if (!mptlvBufferStart || offset + 3 + len > mtlvAllocated) return false;
+    if (!mptlvBufferStart || offset + 3 + len > mtlvAllocated)
+        return false;
 
     mptlvBufferNext[0] = static_cast<char>(type);
     PutBE16(mptlvBufferNext + 1, len);
-    if (len != 0 && value) memcpy(mptlvBufferNext + 3, value, len);
+    if (len != 0 && value)
+        memcpy(mptlvBufferNext + 3, value, len);
     mptlvBufferNext += len + 3;
     mtlvBytesUsed = static_cast<uint16_t>(mtlvBytesUsed + len + 3);
     PutBE16(mptlvBufferStart, mtlvBytesUsed);
@@ -69,7 +82,8 @@ bool SETUPTlv::pushBackEntry(uint8_t type, uint16_t len, const char* value) {
 }
 
 bool SETUPTlv::appendTlvDataFromMessage(const char* data, uint16_t len) {
-    if (!mptlvBufferStart) return false;
+    if (!mptlvBufferStart)
+        return false;
     char* target = mptlvBufferNext;
     size_t delta = 0;
     if (mptlvBufferNext == mptlvBufferDataStart) {
@@ -79,10 +93,12 @@ bool SETUPTlv::appendTlvDataFromMessage(const char* data, uint16_t len) {
     size_t offset = static_cast<size_t>(target - mptlvBufferStart);
     size_t room = mtlvAllocated > offset ? mtlvAllocated - offset : 0;
     size_t n = std::min<size_t>(len, room);
-    if (n && data) memcpy(target, data, n);
+    if (n && data)
+        memcpy(target, data, n);
     // Next advances by len less delta, which lands just behind the bytes copied.
     mptlvBufferNext = target + n;
-    if (delta == 2) mtlvBytesUsed = GetBE16(mptlvBufferStart);
+    if (delta == 2)
+        mtlvBytesUsed = GetBE16(mptlvBufferStart);
     return n == len;
 }
 
@@ -100,16 +116,19 @@ SETUPTlvIterator::SETUPTlvIterator(const SETUPTlv& tlv) {
     }
     mpCurEntry = mpStart + 2;
     mpTlvEnd = mpStart + tlv.getTlvBufferSize() - 1;
-    if (!load()) theEnd();
+    if (!load())
+        theEnd();
 }
 
 bool SETUPTlvIterator::load() {
     // The entry's header and value must lie inside the block's capacity.
     size_t cur = static_cast<size_t>(mpCurEntry - mpStart);
     size_t capacity = static_cast<size_t>(mpTlvEnd - mpStart) + 1;
-    if (cur + 3 > capacity) return false;
+    if (cur + 3 > capacity)
+        return false;
     uint16_t len = GetBE16(mpCurEntry + 1);
-    if (cur + 3 + len > capacity) return false;
+    if (cur + 3 + len > capacity)
+        return false;
     mTlvType = static_cast<uint8_t>(mpCurEntry[0]);
     mTlvLen = len;
     mpTlvValue = mpCurEntry + 3;
@@ -117,12 +136,14 @@ bool SETUPTlvIterator::load() {
 }
 
 bool SETUPTlvIterator::next() {
-    if (!mpCurEntry) return false;
+    if (!mpCurEntry)
+        return false;
     size_t cur = static_cast<size_t>(mpCurEntry - mpStart) + 3 + mTlvLen;
     size_t last = static_cast<size_t>(mpTlvEnd - mpStart);
     if (cur < last && mpStart[cur] != 0) {
         mpCurEntry = mpStart + cur;
-        if (load()) return true;
+        if (load())
+            return true;
     }
     mpCurEntry = nullptr;
     theEnd();

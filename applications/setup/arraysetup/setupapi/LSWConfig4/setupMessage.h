@@ -24,10 +24,10 @@
 
 // The 22-byte template of a link header and the program's only source of the protocol's
 // magic values: multicast destination, zero source, zero length, LLC/SNAP.
-#define MESSAGE_HEADER_INITIALIZER                                                            \
-    {                                                                                         \
-        0x01, 0x09, 0x8A, 0x00, 0x00, 0x01, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, \
-            0xAA, 0xAA, 0x03, 0x00, 0x09, 0x8A, 0x00, 0x01                                    \
+#define MESSAGE_HEADER_INITIALIZER                                                                \
+    {                                                                                             \
+        0x01, 0x09, 0x8A, 0x00, 0x00, 0x01, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0xAA, \
+            0xAA, 0x03, 0x00, 0x09, 0x8A, 0x00, 0x01                                              \
     }
 
 extern const u_char g_MessageHeaderTemplate[22];

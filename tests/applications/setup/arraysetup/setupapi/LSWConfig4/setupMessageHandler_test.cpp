@@ -473,8 +473,8 @@ TEST_F(MessageRead, AFloodOfPartialMessagesKeepsOnlyTheNewest) {
     EXPECT_EQ(handler.GetPartialMessages().size(), Handler::MAX_PARTIAL_MESSAGES);
 
     // The newest one still completes; the oldest gave way and its rest opens a new part.
-    std::vector<Bytes> newest = FromController(PAYLOADHeader::DISK_CONFIG_RSP, 4000, kCtrlMac,
-                                               static_cast<int>(flood - 1));
+    std::vector<Bytes> newest =
+        FromController(PAYLOADHeader::DISK_CONFIG_RSP, 4000, kCtrlMac, static_cast<int>(flood - 1));
     Queue(newest, {1, 2});
     ASSERT_EQ(Read(), Handler::READ_SUCCESS);
     EXPECT_EQ(TlvBytes(*msg, 4000), ExpectedBody(4000, static_cast<int>(flood - 1)));

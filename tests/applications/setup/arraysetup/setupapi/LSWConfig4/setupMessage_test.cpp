@@ -29,6 +29,7 @@ std::vector<u_char> ComposeFrame(u_short version, u_short opcode, const std::vec
 }
 
 TEST(SetupFrame, HelloRequestVersion5IsTheTableFrame) {
+    // clang-format off
     const std::vector<u_char> expected = {
         0x01, 0x09, 0x8A, 0x00, 0x00, 0x01,              // dhost: multicast
         0xAA, 0xBB, 0xCC, 0xDD, 0xEE, 0xFF,              // shost
@@ -42,23 +43,27 @@ TEST(SetupFrame, HelloRequestVersion5IsTheTableFrame) {
         0x00, 0x02,                                      // TLV total length
         0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0,  // padding to 34 bytes of body
         0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0};
+    // clang-format on
     ASSERT_EQ(expected.size(), 68u);
     EXPECT_EQ(ComposeFrame(MESSAGE_VERSION_5, PAYLOADHeader::HELLO_REQ, {0x00, 0x02}, 34),
               expected);
 }
 
 TEST(SetupFrame, HelloRequestVersion4IsAlwaysFullSize) {
-    std::vector<u_char> frame =
-        ComposeFrame(MESSAGE_VERSION_4, PAYLOADHeader::HELLO_REQ, {0x00, 0x02}, TARGET_PAYLOAD_SIZE);
+    std::vector<u_char> frame = ComposeFrame(MESSAGE_VERSION_4, PAYLOADHeader::HELLO_REQ,
+                                             {0x00, 0x02}, TARGET_PAYLOAD_SIZE);
     ASSERT_EQ(frame.size(), 1492u);
+    // clang-format off
     const std::vector<u_char> head = {
         0x01, 0x09, 0x8A, 0x00, 0x00, 0x01, 0xAA, 0xBB, 0xCC, 0xDD, 0xEE, 0xFF,
         0x05, 0xC6,                                      // 1478
         0xAA, 0xAA, 0x03, 0x00, 0x09, 0x8A, 0x00, 0x01,
         0x00, 0x04, 0x00, 0x01, 0x05, 0xB2,              // version 4, HELLO_REQ, 1458
         0x01, 0x01, 0xFC, 0xF0, 0xA6, 0xC7, 0x00, 0x02};
+    // clang-format on
     EXPECT_EQ(std::vector<u_char>(frame.begin(), frame.begin() + 36), head);
-    for (size_t i = 36; i < frame.size(); ++i) ASSERT_EQ(frame[i], 0) << "offset " << i;
+    for (size_t i = 36; i < frame.size(); ++i)
+        ASSERT_EQ(frame[i], 0) << "offset " << i;
 }
 
 TEST(SetupFrame, HelloRequestWithLocaleCarriesItsChecksum) {
