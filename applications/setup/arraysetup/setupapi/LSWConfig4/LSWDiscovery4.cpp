@@ -418,7 +418,7 @@ int CHello4::run(DEVICEIoHandler& iDev, std::list<std::shared_ptr<IlswController
     }
 
     // A second apart, so that a controller busy with the first still hears the second.
-    sleep(1);
+    ZelClock::Sleep(1);
 
     ZelOutputDebugPrint(HERE, "Initialized interface and sending Hello.5req");
     HELLORequest req5(MESSAGE_VERSION_5);

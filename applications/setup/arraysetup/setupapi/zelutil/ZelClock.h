@@ -14,6 +14,14 @@ public:
 
     // Replaces the source; nullptr restores the system clock.
     static void SetSource(Source iSource);
+
+    using Sleeper = void (*)(unsigned int iSeconds);
+
+    // Waits whole seconds, as sleep() does.
+    static void Sleep(unsigned int iSeconds);
+
+    // Replaces the wait; nullptr restores the real one.
+    static void SetSleeper(Sleeper iSleeper);
 };
 
 #endif

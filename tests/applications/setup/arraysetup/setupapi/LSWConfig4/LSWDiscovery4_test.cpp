@@ -225,7 +225,9 @@ TEST(HelloParse, EveryFieldOfAFullAnswer) {
     EXPECT_TRUE(c->isPrimaryController());
     EXPECT_TRUE(c->IsUnifiedBlockFileEnabled());
     EXPECT_EQ(c->getLocale(), "fr_FR");
-    EXPECT_EQ(c->GetAdapterInfo(), &adapter);
+    ASSERT_TRUE(c->GetAdapterInfo());
+    EXPECT_STREQ(c->GetAdapterInfo()->m_pcapname, adapter.m_pcapname);
+    EXPECT_EQ(memcmp(c->GetAdapterInfo()->m_addr, adapter.m_addr, 6), 0);
     auto domains = c->getFaultDomainConfigurationData();
     ASSERT_EQ(domains.size(), 1u);
     EXPECT_EQ(domains[0]->getFaultDomainID(), 3u);
@@ -385,13 +387,16 @@ TEST(HelloExchange, RequestsAnswersAndTheEndOfTheTime) {
                           {{7, Str(iSerial)}, {1, Str("TAG")}, {22, LE16(2)}, {3, LE16(iModel)}},
                           iVersion, iFrom);
     };
+    // The second request leaves a second after the first, and the discovery time counts
+    // from there.
+    const time_t begin = start + 1;
     // A answers both requests; B answers with a model this mask does not take; one frame is
     // a Hello request of someone else; the last comes after the time is over.
-    dev.QueueFrameAt(start + 1, answer(4, kCtrlMacA, "SN-A", 11));
-    dev.QueueFrameAt(start + 2, ReplyFrame(PAYLOADHeader::HELLO_REQ, {}, 5, kCtrlMacB));
-    dev.QueueFrameAt(start + 3, answer(5, kCtrlMacA, "SN-A", 11));
-    dev.QueueFrameAt(start + 4, answer(5, kCtrlMacB, "SN-B", 13));
-    dev.QueueFrameAt(start + timeout + 1, answer(5, kCtrlMacB, "SN-LATE", 11));
+    dev.QueueFrameAt(begin + 1, answer(4, kCtrlMacA, "SN-A", 11));
+    dev.QueueFrameAt(begin + 2, ReplyFrame(PAYLOADHeader::HELLO_REQ, {}, 5, kCtrlMacB));
+    dev.QueueFrameAt(begin + 3, answer(5, kCtrlMacA, "SN-A", 11));
+    dev.QueueFrameAt(begin + 4, answer(5, kCtrlMacB, "SN-B", 13));
+    dev.QueueFrameAt(begin + timeout + 1, answer(5, kCtrlMacB, "SN-LATE", 11));
 
     CHello4 hello(nullptr, 1);
     std::list<std::shared_ptr<IlswController>> found;
@@ -418,21 +423,22 @@ TEST(HelloExchange, RequestsAnswersAndTheEndOfTheTime) {
     EXPECT_EQ(found.front()->getProtocolVersion(), 4);
     EXPECT_EQ(found.back()->getProtocolVersion(), 5);
     EXPECT_EQ(found.front()->getMacAddress(), "00:C0:DD:01:02:0A");
-    EXPECT_EQ(ManualClock::Now() - start, timeout + 1);
+    EXPECT_EQ(ManualClock::Now() - begin, timeout + 1);
 }
 
 TEST(HelloExchange, SilenceMaskZeroAndFailedSends) {
     ManualClock clock;
     {
-        // Silence: the first read waits out the whole time, which does not exceed it, so a
-        // second read waits once more. No locale: the bodies are the bare block.
+        // Silence: a second between the requests, then the first read waits out the whole
+        // time, which does not exceed it, so a second read waits once more. No locale: the
+        // bodies are the bare block.
         const time_t start = ManualClock::Now();
         MEMORYDevice dev(kWizardMac);
         CHello4 hello(nullptr, 3);
         std::list<std::shared_ptr<IlswController>> found;
         EXPECT_EQ(hello.run(dev, found, 5, ""), 0);
         EXPECT_TRUE(found.empty());
-        EXPECT_EQ(ManualClock::Now() - start, 10);
+        EXPECT_EQ(ManualClock::Now() - start, 1 + 10);
         ASSERT_EQ(dev.Sent().size(), 2u);
         EXPECT_EQ(
             dev.Sent()[1],
@@ -481,7 +487,9 @@ TEST(HelloExchange, HandlerTakesTheSourceAndIgnoresOtherOpcodes) {
     auto c = std::dynamic_pointer_cast<CLSWVesperController>(found.front());
     ASSERT_TRUE(c);
     EXPECT_EQ(memcmp(c->GetMACAddr(), kCtrlMacB, 6), 0);
-    EXPECT_EQ(c->GetAdapterInfo(), &adapter);
+    ASSERT_TRUE(c->GetAdapterInfo());
+    EXPECT_STREQ(c->GetAdapterInfo()->m_pcapname, adapter.m_pcapname);
+    EXPECT_EQ(memcmp(c->GetAdapterInfo()->m_addr, adapter.m_addr, 6), 0);
     EXPECT_EQ(c->getProtocolVersion(), 4);
 }
 
