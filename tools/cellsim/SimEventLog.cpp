@@ -1,6 +1,8 @@
 #include "SimEventLog.h"
 
+#include <fcntl.h>
 #include <sys/time.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
@@ -13,8 +15,12 @@ CSimEventLog::~CSimEventLog() {
 
 bool CSimEventLog::Open(const std::string& iPath, std::string& oError) {
     std::lock_guard<std::mutex> hold(m_lock);
-    FILE* f = fopen(iPath.c_str(), "w");
+    // The log holds the passwords the controllers decrypted: readable by its owner only.
+    int fd = open(iPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+    FILE* f = fd >= 0 ? fdopen(fd, "w") : nullptr;
     if (!f) {
+        if (fd >= 0)
+            close(fd);
         oError = iPath + ": cannot be written: " + strerror(errno);
         return false;
     }

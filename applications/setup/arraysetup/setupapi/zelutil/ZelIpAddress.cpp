@@ -158,7 +158,8 @@ bool ipStringToAddr(CZelIpAddress* out, const char* text) {
 }
 
 const char* zelAddrNtoA(const ZEL_IP_ADDRESS_s* addr) {
-    static char s_text6[ZEL_IP_ADDRESS_PRINTABLE_SIZE];
+    // One buffer per thread: discovery threads turn addresses into text side by side.
+    static thread_local char s_text6[ZEL_IP_ADDRESS_PRINTABLE_SIZE];
     if (addr == nullptr)
         return nullptr;
     if (addr->sa_family == ZEL_INET) {
