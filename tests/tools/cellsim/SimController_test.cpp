@@ -11,7 +11,6 @@
 #include <string>
 #include <vector>
 
-#include "JsonLite.h"
 #include "LSWConfig4/setupMessage.h"
 #include "LSWConfig4/setupMessageHandler.h"
 #include "SimConfig.h"
@@ -20,6 +19,7 @@
 #include "SimJson.h"
 #include "SimKey.h"
 #include "WizardSide.h"
+#include "support/JsonLite.h"
 #include "support/MemoryDevice.h"
 
 namespace {

@@ -18,10 +18,10 @@
 #include <string>
 #include <vector>
 
-#include "JsonLite.h"
 #include "LSWConfig4/ByteCursor.h"
 #include "LSWConfig4/SetupTLV.h"
 #include "LSWConfig4/tlvUtils.h"
+#include "support/CellsimProcess.h"
 
 // The facts of one Hello response, as the wire gave them.
 struct HelloFacts {
@@ -240,46 +240,6 @@ inline std::vector<unsigned char> EncryptUnder(const std::string& iKeyPem,
     EVP_PKEY_CTX_free(ctx);
     EVP_PKEY_free(key);
     return out;
-}
-
-// The events of a log file, one parsed object per line; a line that is not valid JSON
-// comes back as an object with "unparsed" holding the line.
-inline std::vector<JsonValue> ReadEvents(const std::string& iPath) {
-    std::vector<JsonValue> events;
-    std::ifstream in(iPath);
-    std::string line;
-    while (std::getline(in, line)) {
-        JsonValue v;
-        if (!JsonReader::Parse(line, v)) {
-            v = JsonValue();
-            v.kind = JsonValue::Object;
-            JsonValue raw;
-            raw.kind = JsonValue::String;
-            raw.text = line;
-            v.members.emplace_back("unparsed", raw);
-        }
-        events.push_back(std::move(v));
-    }
-    return events;
-}
-
-// The events of one kind (and, if given, one op), in order.
-inline std::vector<const JsonValue*> EventsOf(const std::vector<JsonValue>& iEvents,
-                                              const std::string& iKind,
-                                              const std::string& iOp = "") {
-    std::vector<const JsonValue*> out;
-    for (const auto& e : iEvents)
-        if (e["event"].Str() == iKind && (iOp.empty() || e["op"].Str() == iOp))
-            out.push_back(&e);
-    return out;
-}
-
-// The value of the entry named iName in an event's "entries".
-inline const JsonValue& EntryValue(const JsonValue& iEvent, const std::string& iName) {
-    for (const auto& e : iEvent["entries"].items)
-        if (e["name"].Str() == iName)
-            return e.Has("value") ? e["value"] : e["hex"];
-    return JsonValue::Missing();
 }
 
 #endif

@@ -2,32 +2,25 @@
 // (scripts/netns-run) and talks through wiz0 with our own link layer, while the real cellsim
 // program answers on ctl0 in the controllers' namespace. Every test checks both what the
 // client decoded and what cellsim's event log says crossed the wire.
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
-#include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
 #include <memory>
-#include <sstream>
 #include <string>
-#include <thread>
 #include <vector>
 
-#include "JsonLite.h"
 #include "LSWConfig4/setupMessage.h"
 #include "LSWConfig4/setupMessageHandler.h"
 #include "LSWConfig4/setupMsgV4.h"
 #include "LSWConfig4/tlvUtils.h"
 #include "LSWConfig4/unix/Adapter.h"
 #include "WizardSide.h"
+#include "support/CellsimProcess.h"
 #include "support/NetnsPeer.h"
 
 namespace {
@@ -56,96 +49,11 @@ std::string MacText(const unsigned char* iMac) {
     return t;
 }
 
-std::string FileText(const std::string& iPath) {
-    std::ifstream in(iPath);
-    std::stringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
-
 // The real cellsim, started in the controllers' namespace on ctl0.
-class Cellsim {
+class Cellsim : public CellsimProcess {
 public:
-    Cellsim(const NetnsBed& iBed, const std::string& iIni, bool iFromFile = false) {
-        char dir[] = "/tmp/cellsim-netns-XXXXXX";
-        if (!mkdtemp(dir))
-            return;
-        m_dir = dir;
-        m_log = m_dir + "/events.jsonl";
-        m_out = m_dir + "/stdout";
-        m_err = m_dir + "/stderr";
-        std::string config = iIni;
-        if (!iFromFile) {
-            config = m_dir + "/cell.ini";
-            std::ofstream f(config);
-            f << iIni;
-        }
-        pid_t pid = fork();
-        if (pid == 0) {
-            int out = open(m_out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-            int err = open(m_err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-            if (out >= 0)
-                dup2(out, 1);
-            if (err >= 0)
-                dup2(err, 2);
-            execlp("ip", "ip", "netns", "exec", iBed.ctl.c_str(), CELLSIM_BINARY, "--config",
-                   config.c_str(), "--interface", "ctl0", "--log", m_log.c_str(),
-                   static_cast<char*>(nullptr));
-            _exit(127);
-        }
-        m_pid = pid;
-    }
-    ~Cellsim() {
-        if (m_pid > 0) {
-            kill(m_pid, SIGKILL);
-            waitpid(m_pid, nullptr, 0);
-        }
-        for (const std::string& f : {m_log, m_out, m_err, m_dir + "/cell.ini"})
-            unlink(f.c_str());
-        if (!m_dir.empty())
-            rmdir(m_dir.c_str());
-    }
-
-    // True once the log says every session is open.
-    bool WaitReady(int iMs = 15000) {
-        auto deadline = Clock::now() + std::chrono::milliseconds(iMs);
-        while (Clock::now() < deadline) {
-            if (FileText(m_log).find("\"event\":\"ready\"") != std::string::npos)
-                return true;
-            int status = 0;
-            if (m_pid > 0 && waitpid(m_pid, &status, WNOHANG) == m_pid) {
-                m_pid = -1;
-                return false;
-            }
-            std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        }
-        return false;
-    }
-
-    // Sends the signal and returns the exit status, or -1 if it died otherwise or hung.
-    int Stop(int iSignal = SIGTERM) {
-        if (m_pid <= 0)
-            return -1;
-        kill(m_pid, iSignal);
-        auto deadline = Clock::now() + std::chrono::seconds(5);
-        while (Clock::now() < deadline) {
-            int status = 0;
-            if (waitpid(m_pid, &status, WNOHANG) == m_pid) {
-                m_pid = -1;
-                return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-            }
-            std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        }
-        return -1;
-    }
-
-    std::vector<JsonValue> Events() const { return ReadEvents(m_log); }
-    std::string Stdout() const { return FileText(m_out); }
-    std::string Stderr() const { return FileText(m_err); }
-
-private:
-    pid_t m_pid = -1;
-    std::string m_dir, m_log, m_out, m_err;
+    Cellsim(const NetnsBed& iBed, const std::string& iIni, bool iFromFile = false)
+        : CellsimProcess(CELLSIM_BINARY, iBed.ctl, "ctl0", iIni, iFromFile) {}
 };
 
 // Records the packet ids of the frames the client reads, in order of arrival.

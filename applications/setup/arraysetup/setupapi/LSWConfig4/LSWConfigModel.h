@@ -324,7 +324,8 @@ public:
     void SetControllerModelNum(unsigned int model) { m_ControllerModelNum = model; }
     void SetIsControllerPrimary(bool value) { m_ControllerIsPrimary = value; }
     void SetIsUnifiedBlockFileEnabled(bool value) { m_IsUnifiedBlockFileEnabled = value; }
-    void SetAdapterInfoFromController(CZelAdapter* adapter) { m_Adapter = adapter; }
+    // Keeps a copy of the record: the list it comes from belongs to one facade call.
+    void SetAdapterInfoFromController(CZelAdapter* adapter);
     // Appends one new fault domain for each that the reader holds.
     void SetControllerPortConfigData(CONTROLLERPortDataReader* reader);
     void SetFaultDomainConfigurationData(
@@ -347,7 +348,7 @@ public:
     void GetRequestData(SETUPRequest& request);
 
     const unsigned char* GetMACAddr() const { return m_MACAddress; }
-    CZelAdapter* GetAdapterInfo() const { return m_Adapter; }
+    CZelAdapter* GetAdapterInfo() const { return m_Adapter.get(); }
     std::shared_ptr<CLSWVesperController> GetMySharedPtr() { return shared_from_this(); }
     IdType GetIdType();
     bool ParseAddressString(bool wantIPv4, const std::string& text, CZelIpAddress& out);
@@ -465,7 +466,9 @@ private:
     CZelIpAddress m_SecondaryBmcIp4Gateway;
     std::string m_DefaultGatewayString = "0.0.0.0";  // stands for "no gateway"
     std::string m_LocalizedParam;
-    CZelAdapter* m_Adapter = nullptr;  // in the manager's adapter list; not owned
+    // The adapter it was found through, as its own copy: every facade call enumerates the
+    // adapters anew and frees them again, and the controller is used across calls.
+    std::shared_ptr<CZelAdapter> m_Adapter;
     std::vector<std::shared_ptr<IlswFaultDomainConfigData>> m_FaultDomainConfigDataVec;
     std::vector<std::shared_ptr<IlswFaultDomainConfigData>> m_SecondaryCtrlFaultDomainConfigDataVec;
 };

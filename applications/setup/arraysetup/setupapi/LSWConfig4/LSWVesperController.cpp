@@ -6,6 +6,7 @@
 #include "LSWConfig4/LSWConfigMgr.h"
 #include "LSWConfig4/LSWConfigModel.h"
 #include "LSWConfig4/tlvUtils.h"
+#include "LSWConfig4/unix/Adapter.h"
 #include "zelutil/ZelStringUtil.h"
 #include "zelutil/ZelTrace.h"
 
@@ -185,6 +186,14 @@ void CLSWVesperController::SetMACAddressFromController(const unsigned char* mac)
     memcpy(m_MACAddress, mac, sizeof(m_MACAddress));
     m_MACAddrString = CLSWCommonUtils::FormatString("%02X:%02X:%02X:%02X:%02X:%02X", mac[0], mac[1],
                                                     mac[2], mac[3], mac[4], mac[5]);
+}
+
+void CLSWVesperController::SetAdapterInfoFromController(CZelAdapter* adapter) {
+    if (adapter == m_Adapter.get())
+        return;
+    m_Adapter = adapter ? std::make_shared<CZelAdapter>(adapter->m_addr, adapter->m_msname,
+                                                        adapter->m_pcapname, adapter->m_description)
+                        : nullptr;
 }
 
 void CLSWVesperController::SetDiskInfoFromController(const std::string& text) {

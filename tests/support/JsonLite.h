@@ -1,5 +1,5 @@
-#ifndef TESTS_TOOLS_CELLSIM_JSONLITE_H
-#define TESTS_TOOLS_CELLSIM_JSONLITE_H
+#ifndef TESTS_SUPPORT_JSONLITE_H
+#define TESTS_SUPPORT_JSONLITE_H
 
 // A small, strict JSON reader for the simulator's event log: a line that is not valid JSON
 // fails to parse, so the tests also prove the log is well formed.

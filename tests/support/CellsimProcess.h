@@ -1,0 +1,58 @@
+#ifndef TESTS_SUPPORT_CELLSIMPROCESS_H
+#define TESTS_SUPPORT_CELLSIMPROCESS_H
+
+// The real cellsim program, run in another network namespace on one interface, and the
+// event log it writes: what the network tests hold the wizard's side against.
+
+#include <signal.h>
+#include <sys/types.h>
+
+#include <string>
+#include <vector>
+
+#include "support/JsonLite.h"
+
+class CellsimProcess {
+public:
+    // Starts iBinary in iNamespace on iInterface. iConfig is the INI text, or with iFromFile
+    // the path of a file. The log, the program's output and the written INI live in a private
+    // directory that goes with the object; the program is killed then if still running.
+    CellsimProcess(const std::string& iBinary, const std::string& iNamespace,
+                   const std::string& iInterface, const std::string& iConfig,
+                   bool iFromFile = false);
+    ~CellsimProcess();
+    CellsimProcess(const CellsimProcess&) = delete;
+    CellsimProcess& operator=(const CellsimProcess&) = delete;
+
+    // True once the log says every session is open; false if the program ended or took
+    // longer than iMs.
+    bool WaitReady(int iMs = 15000);
+
+    // Sends the signal and returns the exit status, or -1 if it died otherwise or hung.
+    int Stop(int iSignal = SIGTERM);
+
+    const std::string& LogPath() const { return m_log; }
+    std::vector<JsonValue> Events() const;
+    std::string Stdout() const;
+    std::string Stderr() const;
+
+private:
+    pid_t m_pid = -1;
+    std::string m_dir, m_log, m_out, m_err, m_ini;
+};
+
+// The whole of a file, empty when it cannot be read.
+std::string FileText(const std::string& iPath);
+
+// The events of a log file, one parsed object per line; a line that is not valid JSON
+// comes back as an object with "unparsed" holding the line.
+std::vector<JsonValue> ReadEvents(const std::string& iPath);
+
+// The events of one kind (and, if given, one op), in order.
+std::vector<const JsonValue*> EventsOf(const std::vector<JsonValue>& iEvents,
+                                       const std::string& iKind, const std::string& iOp = "");
+
+// The value of the entry named iName in an event's "entries".
+const JsonValue& EntryValue(const JsonValue& iEvent, const std::string& iName);
+
+#endif
