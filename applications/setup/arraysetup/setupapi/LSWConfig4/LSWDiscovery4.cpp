@@ -444,7 +444,9 @@ int CHello4::run(DEVICEIoHandler& iDev, std::list<std::shared_ptr<IlswController
             ZelOutputDebugPrint(HERE, "Discovery timed out after %d seconds", timeout);
             break;
         }
-        if (!msg)
+        // Only Hello answers are kept, so frames of another kind cannot crowd them out of
+        // the bounded store.
+        if (!msg || !validatePkt(msg))
             continue;
         if (m_MsgVec.size() < kMaxHelloAnswers) {
             m_MsgVec.push_back(msg);

@@ -467,6 +467,26 @@ TEST(HelloExchange, SilenceMaskZeroAndFailedSends) {
     }
 }
 
+TEST(HelloExchange, OtherFramesDoNotCrowdOutTheAnswers) {
+    // More frames of another opcode than the store holds answers come first; the real
+    // answer behind them is still found.
+    ManualClock clock;
+    MEMORYDevice dev(kWizardMac);
+    const Bytes junk =
+        ReplyFrame(PAYLOADHeader::SETUP_RSP, {{7, Str("NOT-A-HELLO")}}, 5, kCtrlMacB);
+    for (int i = 0; i < 300; ++i)
+        dev.QueueFrame(junk);
+    dev.QueueFrameAt(ManualClock::Now() + 2,
+                     ReplyFrame(PAYLOADHeader::HELLO_RSP,
+                                {{7, Str("SN-A")}, {22, LE16(2)}, {3, LE16(11)}}, 5, kCtrlMacA));
+    CHello4 hello(nullptr, 1);
+    std::list<std::shared_ptr<IlswController>> found;
+    ASSERT_EQ(hello.run(dev, found, 3, ""), 0);
+    EXPECT_EQ(dev.Pending(), 0u);
+    ASSERT_EQ(found.size(), 1u);
+    EXPECT_EQ(found.front()->getSerialNumber(), "SN-A");
+}
+
 TEST(HelloExchange, HandlerTakesTheSourceAndIgnoresOtherOpcodes) {
     unsigned char mac[6] = {2, 0, 0, 0, 0, 9};
     CZelAdapter adapter(mac, "ethX", "ethX", "");
