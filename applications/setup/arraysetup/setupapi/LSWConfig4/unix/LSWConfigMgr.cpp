@@ -98,26 +98,34 @@ CZelAdapter* CManager::FindAdapter(const unsigned char* mac) {
 
 void* DiscoveryThreadFunction(void* lpParam) {
     auto* data = static_cast<ThreadData*>(lpParam);
-    ZelOutputDebugPrint(HERE, "Discovering Controllers on adapter: %s", data->ethDev->m_pcapname);
+    // An exception leaving a thread would end the whole process; it ends only this
+    // adapter's discovery. What the thread pushed before stays counted.
+    try {
+        ZelOutputDebugPrint(HERE, "Discovering Controllers on adapter: %s",
+                            data->ethDev->m_pcapname);
 
-    std::list<std::shared_ptr<IlswController>> found;
-    CHello4 hello(data->ethDev, static_cast<unsigned short>(data->mask & 0xFFFF));
-    int result = hello.run(found, static_cast<int>(data->timeout), data->locale);
-    if (result != 0) {
-        // What the list holds still counts.
-        std::string text = CLSWCommonUtils::FormatString("Probing '%s': Returned error %d.",
-                                                         data->ethDev->m_pcapname, result);
-        ZelOutputDebugError(HERE, "%s", text.c_str());
-    }
+        std::list<std::shared_ptr<IlswController>> found;
+        CHello4 hello(data->ethDev, static_cast<unsigned short>(data->mask & 0xFFFF));
+        int result = hello.run(found, static_cast<int>(data->timeout), data->locale);
+        if (result != 0) {
+            // What the list holds still counts.
+            std::string text = CLSWCommonUtils::FormatString("Probing '%s': Returned error %d.",
+                                                             data->ethDev->m_pcapname, result);
+            ZelOutputDebugError(HERE, "%s", text.c_str());
+        }
 
-    for (const auto& controller : found) {
-        if (controller->getSerialNumber().empty())
-            continue;
-        AutoLock lock(g_DiscoveryMutex);
-        g_Controllers.push_back(controller);
+        for (const auto& controller : found) {
+            if (controller->getSerialNumber().empty())
+                continue;
+            AutoLock lock(g_DiscoveryMutex);
+            g_Controllers.push_back(controller);
+        }
+        ZelOutputDebugPrint(HERE, "Found %d Controllers on adapter: %s",
+                            static_cast<int>(found.size()), data->ethDev->m_pcapname);
+    } catch (...) {
+        ZelOutputDebugError(HERE, "Discovery on adapter %s ended by an exception",
+                            data->ethDev->m_pcapname);
     }
-    ZelOutputDebugPrint(HERE, "Found %d Controllers on adapter: %s", static_cast<int>(found.size()),
-                        data->ethDev->m_pcapname);
     return nullptr;
 }
 
