@@ -198,6 +198,10 @@ public:
     enum IdType { NONE = 0, INDEX = 1, HW = 2 };
 
     CLSWVesperController();
+    ~CLSWVesperController() override;
+    // Not copied: a copy would be one more plaintext of the password.
+    CLSWVesperController(const CLSWVesperController&) = delete;
+    CLSWVesperController& operator=(const CLSWVesperController&) = delete;
 
     // IlswController
     std::string getMacAddress() override { return m_MACAddrString; }
@@ -264,7 +268,7 @@ public:
     void setDomainName(const std::string& text) override { m_DomainName = text; }
     void setPrimaryDns(const std::string& text) override;
     void setSecondaryDns(const std::string& text) override;
-    void setPassword(const std::string& text) override { m_Password = text; }
+    void setPassword(const std::string& text) override;
     void setScName(const std::string& text) override { m_SystemName = text; }
     void setEmailAddress(const std::string& text) override { m_EmailAddress = text; }
     void setLocale(const std::string& text) override { m_Locale = text; }
@@ -390,6 +394,8 @@ private:
     void SetFromController(const CZelIpAddress& address, CZelIpAddress& field, std::string& text);
     // Stores the operator's text and parses it as IPv4, whatever the field's family.
     void SetFromOperator(const std::string& text, std::string& twin, CZelIpAddress& field);
+    // Overwrites the administrator password before its memory is let go.
+    void WipePassword();
     // The password row; left out when the key cannot be read or the block not encrypted.
     void AddPasswordToSetupTlv(SetupAPIMessage& message);
     void AddPortConfigDataToSetupTlv(SetupAPIMessage& message);

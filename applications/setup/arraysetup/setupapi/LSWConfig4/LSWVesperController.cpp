@@ -1,6 +1,8 @@
 // One controller of an array: discovered facts, the operator's wishes, and the rules that
 // decide whether they can be sent. The setup request it builds is in
 // LSWVesperControllerRequest.cpp.
+#include <openssl/crypto.h>
+
 #include <cstring>
 
 #include "LSWConfig4/LSWConfigMgr.h"
@@ -24,7 +26,23 @@ std::string AddressText(const CZelIpAddress& address) {
 
 CLSWVesperController::CLSWVesperController() = default;
 
+CLSWVesperController::~CLSWVesperController() {
+    WipePassword();
+}
+
+void CLSWVesperController::WipePassword() {
+    if (!m_Password.empty())
+        OPENSSL_cleanse(&m_Password[0], m_Password.size());
+    m_Password.clear();
+}
+
 // ---- Operator's values ------------------------------------------------------------------
+
+void CLSWVesperController::setPassword(const std::string& text) {
+    // The old plaintext is wiped first: assigning may reuse or free its buffer.
+    WipePassword();
+    m_Password = text;
+}
 
 bool CLSWVesperController::ParseAddressString(bool wantIPv4, const std::string& text,
                                               CZelIpAddress& out) {

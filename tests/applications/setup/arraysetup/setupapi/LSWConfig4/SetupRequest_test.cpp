@@ -301,6 +301,21 @@ TEST_F(SetupRequestTest, LongTextsAreCut) {
     EXPECT_EQ(plain[244], 0);
 }
 
+TEST_F(SetupRequestTest, AReplacedPasswordIsTheOneSent) {
+    auto c = Minimal();
+    c->SetPublicKey(s_pem);
+    c->setPassword("A-much-longer-first-password");
+    c->setPassword("Second");
+    auto entries = Build(c);
+    const Bytes* cipher = Find(entries, SETUPRequest::DEFAULT_USER_PASSWORD);
+    ASSERT_NE(cipher, nullptr);
+    EXPECT_EQ(Decrypt(s_key.get(), *cipher), Block(s_pem, "Second"));
+
+    // An empty password takes the row out again.
+    c->setPassword("");
+    EXPECT_EQ(Find(Build(c), SETUPRequest::DEFAULT_USER_PASSWORD), nullptr);
+}
+
 TEST_F(SetupRequestTest, KeysThatCannotBeUsedLeaveThePasswordRowOut) {
     PkeyPtr small(EVP_RSA_gen(1024));
     ASSERT_NE(small, nullptr);
