@@ -16,6 +16,7 @@ class FAULTDomainDataWriter;
 class CONTROLLERPortDataReader;
 class SetupAPIMessage;
 class SETUPRequest;
+class CLSWConfigManager;
 
 // Checks on the addresses an operator gives a controller, and text-to-address helpers. Each
 // check appends its reason to msg and traces it; none throws.
@@ -43,6 +44,10 @@ public:
     static std::map<int, std::string> errorMap;
     static std::map<int, std::string> CreateErrorMap();
 };
+
+// The model answers 1001 when the facade cannot be had; nothing is thrown. True, with
+// oResult filled and traced, when iManager is null.
+bool NoManager(const CLSWConfigManager* iManager, ApiResult& oResult);
 
 // ---- Port, fault domain and disk records ------------------------------------------------
 

@@ -24,35 +24,17 @@ namespace {
 // bytes. No segment has anywhere near this many controllers.
 const size_t kMaxHelloAnswers = 256;
 
-// The entry's value, bounded by the entry's own length. Every read below goes through it,
-// so an entry shorter than its code implies reads as nothing and leaves its field as it was.
-ByteCursor EntryCursor(const SETUPTlvIterator& iIt) {
-    return ByteCursor(iIt.getValue(), iIt.getLen());
-}
-
-std::string EntryString(const SETUPTlvIterator& iIt) {
-    std::string text;
-    EntryCursor(iIt).readString(text, iIt.getLen());
-    return text;
-}
-
-template <typename T>
-void ReadLE16(const SETUPTlvIterator& iIt, T& ioField) {
-    ByteCursor cursor = EntryCursor(iIt);
-    uint16_t value = cursor.readLE16();
-    if (cursor.ok())
-        ioField = static_cast<T>(value);
-}
-
+// Every read below goes through the entry's bounded cursor, so an entry shorter than its
+// code implies reads as nothing and leaves its field as it was.
 void ReadU8(const SETUPTlvIterator& iIt, uint8_t& ioField) {
-    ByteCursor cursor = EntryCursor(iIt);
+    ByteCursor cursor = iIt.valueCursor();
     uint8_t value = cursor.readU8();
     if (cursor.ok())
         ioField = value;
 }
 
 void ReadBool(const SETUPTlvIterator& iIt, bool& ioField) {
-    ByteCursor cursor = EntryCursor(iIt);
+    ByteCursor cursor = iIt.valueCursor();
     uint8_t value = cursor.readU8();
     if (cursor.ok())
         ioField = value != 0;
@@ -60,7 +42,7 @@ void ReadBool(const SETUPTlvIterator& iIt, bool& ioField) {
 
 // Four bytes, last octet first.
 void ReadIP4(const SETUPTlvIterator& iIt, CZelIpAddress& ioAddress) {
-    ByteCursor cursor = EntryCursor(iIt);
+    ByteCursor cursor = iIt.valueCursor();
     char bytes[4];
     if (cursor.readBytes(bytes, sizeof(bytes))) {
         SetIP4(ioAddress, bytes);
@@ -69,7 +51,7 @@ void ReadIP4(const SETUPTlvIterator& iIt, CZelIpAddress& ioAddress) {
 }
 
 void ReadIP6(const SETUPTlvIterator& iIt, CZelIpAddress& ioAddress) {
-    ByteCursor cursor = EntryCursor(iIt);
+    ByteCursor cursor = iIt.valueCursor();
     unsigned char bytes[16];
     if (cursor.readBytes(bytes, sizeof(bytes)))
         ioAddress.set_IPv6(bytes);
@@ -107,7 +89,7 @@ std::shared_ptr<CLSWControllerDiscovery4> ParseHello4Data(SETUPTlvIterator* tlvI
         ZelOutputDebugPrint(HERE, "Found TLV entry Type:%d, Len:%d", it.getType(), it.getLen());
         switch (it.getType()) {
             case HELLOResponse::KELT_SERVICE_TAG:
-                rec->ServiceTag = EntryString(it);
+                rec->ServiceTag = it.valueString();
                 TraceText(it, rec->ServiceTag);
                 break;
             case HELLOResponse::PRODUCT_FAMILY:
@@ -116,7 +98,7 @@ std::shared_ptr<CLSWControllerDiscovery4> ParseHello4Data(SETUPTlvIterator* tlvI
                 TraceValue(it, rec->ProductVersion);
                 break;
             case HELLOResponse::VLAN_ID: {
-                ByteCursor cursor = EntryCursor(it);
+                ByteCursor cursor = it.valueCursor();
                 uint16_t vlan = cursor.readBE16();
                 if (cursor.ok()) {
                     rec->VlanID = vlan;
@@ -126,7 +108,7 @@ std::shared_ptr<CLSWControllerDiscovery4> ParseHello4Data(SETUPTlvIterator* tlvI
                 break;
             }
             case HELLOResponse::DCB_ON: {
-                ByteCursor cursor = EntryCursor(it);
+                ByteCursor cursor = it.valueCursor();
                 uint8_t on = cursor.readU8();
                 if (cursor.ok()) {
                     rec->DCBOn = on != 0;
@@ -139,7 +121,7 @@ std::shared_ptr<CLSWControllerDiscovery4> ParseHello4Data(SETUPTlvIterator* tlvI
                 ReadIP4(it, rec->MgmtIp4Address);
                 break;
             case HELLOResponse::HARDWARE_SN:
-                rec->HWSerialNumber = EntryString(it);
+                rec->HWSerialNumber = it.valueString();
                 rec->SerialNumber = rec->HWSerialNumber;
                 TraceText(it, rec->HWSerialNumber);
                 break;
@@ -160,7 +142,7 @@ std::shared_ptr<CLSWControllerDiscovery4> ParseHello4Data(SETUPTlvIterator* tlvI
                 break;
             case HELLOResponse::ETH0_IPV6_PREFIX_LENGTH: {
                 // Big-endian on the wire into a one-byte field, which keeps the low byte.
-                ByteCursor cursor = EntryCursor(it);
+                ByteCursor cursor = it.valueCursor();
                 uint16_t prefix = cursor.readBE16();
                 if (cursor.ok())
                     rec->Eth0Ip6AddrPrefix = static_cast<uint8_t>(prefix & 0xFF);
@@ -168,11 +150,11 @@ std::shared_ptr<CLSWControllerDiscovery4> ParseHello4Data(SETUPTlvIterator* tlvI
                 break;
             }
             case HELLOResponse::STORAGECELL_NAME:
-                rec->SystemName = EntryString(it);
+                rec->SystemName = it.valueString();
                 TraceText(it, rec->SystemName);
                 break;
             case HELLOResponse::DOMAIN_NAME:
-                rec->DomainName = EntryString(it);
+                rec->DomainName = it.valueString();
                 TraceText(it, rec->DomainName);
                 break;
             case HELLOResponse::PRIMARY_DNS_SERVER:
@@ -187,7 +169,7 @@ std::shared_ptr<CLSWControllerDiscovery4> ParseHello4Data(SETUPTlvIterator* tlvI
                 break;
             case HELLOResponse::RSA_PUBLIC_KEY:
                 // Kept as text; whether it is a key is found out when it is used.
-                rec->PublicKey = EntryString(it);
+                rec->PublicKey = it.valueString();
                 TraceText(it, rec->PublicKey);
                 break;
             case HELLOResponse::NUM_LICENSED_CONTROLLERS:
@@ -208,11 +190,11 @@ std::shared_ptr<CLSWControllerDiscovery4> ParseHello4Data(SETUPTlvIterator* tlvI
                 TraceValue(it, rec->IsIPConfigured);
                 break;
             case HELLOResponse::ETHERNET_DEVICE_NAME:
-                rec->Ethernet = EntryString(it);
+                rec->Ethernet = it.valueString();
                 TraceText(it, rec->Ethernet);
                 break;
             case HELLOResponse::RAID_LEVEL:
-                rec->RaidLevel = EntryString(it);
+                rec->RaidLevel = it.valueString();
                 TraceText(it, rec->RaidLevel);
                 break;
             case HELLOResponse::MAJOR_VERSION:
@@ -268,7 +250,7 @@ std::shared_ptr<CLSWControllerDiscovery4> ParseHello4Data(SETUPTlvIterator* tlvI
                 TraceValue(it, rec->IsUnifiedBlockFileEnabled);
                 break;
             case HELLOResponse::LOCALIZATION_PARAMETER:
-                rec->LocalizationParameter = EntryString(it);
+                rec->LocalizationParameter = it.valueString();
                 TraceText(it, rec->LocalizationParameter);
                 break;
             case HELLOResponse::DISK_INFO:
@@ -485,16 +467,12 @@ void CHello4::packet_handler(const std::shared_ptr<SetupAPIMessage>& msg,
     }
     if (!validatePkt(msg))
         return;
-    const u_char* shost = msg->msghdr.shost;
-    ZelOutputDebugPrint(HERE,
-                        "Processing response from SourceMacAddress: "
-                        "%02X-%02X-%02X-%02X-%02X-%02X",
-                        shost[0], shost[1], shost[2], shost[3], shost[4], shost[5]);
+    TraceSource(msg->msghdr);
 
     SETUPTlvIterator it(msg->m_tlv);
     std::shared_ptr<CLSWControllerDiscovery4> rec = ParseHello4Data(&it, msg->m_version);
     // The controller is known on the wire by the address it answered from.
-    memcpy(rec->CtrlMACAddress, shost, sizeof(rec->CtrlMACAddress));
+    memcpy(rec->CtrlMACAddress, msg->msghdr.shost, sizeof(rec->CtrlMACAddress));
 
     std::shared_ptr<IlswController> controller = rec->GetInfo(m_adapter, m_mask);
     if (controller) {

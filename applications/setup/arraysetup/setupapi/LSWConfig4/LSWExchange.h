@@ -9,6 +9,7 @@
 #include <functional>
 #include <memory>
 
+#include "LSWConfig4/SetupTLV.h"
 #include "LSWConfig4/setupMessageHandler.h"
 
 class CL2;
@@ -71,13 +72,21 @@ int ConverseUnicast(DEVICEIoHandler& iDev, SetupAPIMessage* ioRequest, const uns
                     const UNICASTWording& iWording, const UNICASTReply* iReply, int iTimeout,
                     char* oDiag);
 
-// Both of the above: what the exchanges' run(timeout) does.
-int RunUnicastExchange(CZelAdapter* iAdapter, CL2*& ioDev, SetupAPIMessage* ioRequest,
-                       const unsigned char* iMac, const UNICASTWording& iWording,
-                       const UNICASTReply* iReply, int iTimeout, char* oDiag);
-
 // Adds the locale to a request as entry iCode, cut as a 256-byte field would keep it; an
 // empty locale adds nothing. False when the entry did not fit.
 bool AttachLocale(SetupAPIMessage& ioRequest, uint8_t iCode, const std::string& iLocale);
+
+// Traces the address a reply came from, as every handler does before reading it.
+void TraceSource(const MESSAGEHeader& iHdr);
+
+// A 16-bit value of an entry into a field of any width; the field keeps its value when the
+// entry is too short to hold one.
+template <typename T>
+void ReadLE16(const SETUPTlvIterator& iIt, T& ioField) {
+    ByteCursor cursor = iIt.valueCursor();
+    uint16_t value = cursor.readLE16();
+    if (cursor.ok())
+        ioField = static_cast<T>(value);
+}
 
 #endif

@@ -208,15 +208,6 @@ int ConverseUnicast(DEVICEIoHandler& iDev, SetupAPIMessage* ioRequest, const uns
     return ReadUnicastReply(iDev, handler, iWording, *iReply, iTimeout, oDiag);
 }
 
-int RunUnicastExchange(CZelAdapter* iAdapter, CL2*& ioDev, SetupAPIMessage* ioRequest,
-                       const unsigned char* iMac, const UNICASTWording& iWording,
-                       const UNICASTReply* iReply, int iTimeout, char* oDiag) {
-    int opened = OpenUnicastSession(iAdapter, iWording, ioDev, oDiag);
-    if (opened != 0)
-        return opened;
-    return ConverseUnicast(*ioDev, ioRequest, iMac, iWording, iReply, iTimeout, oDiag);
-}
-
 bool AttachLocale(SetupAPIMessage& ioRequest, uint8_t iCode, const std::string& iLocale) {
     const std::string cut = GetConvertedString(iLocale, 256);
     if (cut.empty())
@@ -225,8 +216,6 @@ bool AttachLocale(SetupAPIMessage& ioRequest, uint8_t iCode, const std::string& 
     return ioRequest.m_tlv.pushBackEntry(iCode, static_cast<uint16_t>(cut.size()), cut.data());
 }
 
-namespace {
-
 void TraceSource(const MESSAGEHeader& iHdr) {
     ZelOutputDebugPrint(HERE,
                         "Processing response from SourceMacAddress: "
@@ -234,28 +223,6 @@ void TraceSource(const MESSAGEHeader& iHdr) {
                         iHdr.shost[0], iHdr.shost[1], iHdr.shost[2], iHdr.shost[3], iHdr.shost[4],
                         iHdr.shost[5]);
 }
-
-// A reply's entry value, bounded by the entry's own length: a short entry reads as nothing
-// and leaves the field as it was.
-ByteCursor EntryCursor(const SETUPTlvIterator& iIt) {
-    return ByteCursor(iIt.getValue(), iIt.getLen());
-}
-
-std::string EntryString(const SETUPTlvIterator& iIt) {
-    std::string text;
-    EntryCursor(iIt).readString(text, iIt.getLen());
-    return text;
-}
-
-// A 16-bit value into a wider field; kept when the entry is too short to hold it.
-void ReadLE16Into(const SETUPTlvIterator& iIt, uint32_t& ioField) {
-    ByteCursor cursor = EntryCursor(iIt);
-    uint16_t value = cursor.readLE16();
-    if (cursor.ok())
-        ioField = value;
-}
-
-}  // namespace
 
 // ---- CSetup -----------------------------------------------------------------------------
 
@@ -360,12 +327,12 @@ long int CPollMsg::packet_handler(const std::shared_ptr<SetupAPIMessage>& msg) {
         ZelOutputDebugPrint(HERE, "Found TLV entry Type:%d, Len:%d", it.getType(), it.getLen());
         switch (it.getType()) {
             case CONFIGURATIONStatusResponse::CONFIG_STATUS_RESPONSE_CODE:
-                ReadLE16Into(it, m_ConfigStatusResponse);
+                ReadLE16(it, m_ConfigStatusResponse);
                 ZelOutputDebugPrint(HERE, "Enum:%d, Value:%d", it.getType(),
                                     static_cast<int>(m_ConfigStatusResponse));
                 break;
             case CONFIGURATIONStatusResponse::ERROR_MESSAGE_TEXT:
-                m_errorMessage = EntryString(it);
+                m_errorMessage = it.valueString();
                 ZelOutputDebugPrint(HERE, "Enum:%d, Value:%s", it.getType(),
                                     m_errorMessage.c_str());
                 break;
@@ -373,7 +340,7 @@ long int CPollMsg::packet_handler(const std::shared_ptr<SetupAPIMessage>& msg) {
                 m_Reader.UnpackData(it.getValue(), it.getLen());
                 break;
             case CONFIGURATIONStatusResponse::ORCHESTRATOR_STATE:
-                ReadLE16Into(it, m_OrchestratorState);
+                ReadLE16(it, m_OrchestratorState);
                 ZelOutputDebugPrint(HERE, "Enum:%d, Value:%d", it.getType(),
                                     static_cast<int>(m_OrchestratorState));
                 break;
@@ -435,7 +402,7 @@ long int CDiskInfo::packet_handler(const std::shared_ptr<SetupAPIMessage>& msg) 
         ZelOutputDebugPrint(HERE, "Found TLV entry Type:%d, Len:%d", it.getType(), it.getLen());
         switch (it.getType()) {
             case DISKConfigurationResponse::DISK_ERROR_STATE:
-                ReadLE16Into(it, m_ErrorState);
+                ReadLE16(it, m_ErrorState);
                 break;
             case DISKConfigurationResponse::DISK_CONFIG_DATA:
                 m_DiskReader.UnpackData(it.getValue(), it.getLen());
@@ -502,14 +469,14 @@ int CBlink4::packet_handler(const std::shared_ptr<SetupAPIMessage>& msg) {
         ZelOutputDebugPrint(HERE, "Found TLV entry Type:%d, Len:%d", it.getType(), it.getLen());
         switch (it.getType()) {
             case BLINKResponse::BLINK_STATUS: {
-                ByteCursor cursor = EntryCursor(it);
+                ByteCursor cursor = it.valueCursor();
                 uint32_t status = cursor.readLE32();
                 if (cursor.ok())
                     m_status = static_cast<int>(status);
                 break;
             }
             case BLINKResponse::BLINK_VALUE: {
-                ByteCursor cursor = EntryCursor(it);
+                ByteCursor cursor = it.valueCursor();
                 uint16_t value = cursor.readLE16();
                 if (cursor.ok())
                     m_BlinkValue = value;

@@ -329,12 +329,8 @@ ApiResult CLSWVesperArray::initialize() {
     }
     CopySecondaryControllerInfoToPrimary();
     CLSWConfigManager* manager = CLSWConfigManager::GetInstance();
-    if (manager == nullptr) {
-        result.resultCode = 1001;
-        result.resultMsg = CErrorCodes::errorMap[1001];
-        ZelOutputDebugError(HERE, "%s", result.resultMsg.c_str());
+    if (NoManager(manager, result))
         return result;
-    }
     result.resultCode = manager->InitializeVesperArray(this, result.resultMsg);
     return result;
 }
@@ -358,12 +354,8 @@ ApiResult CLSWVesperArray::preJoin() {
     ApiResult result;
     result.resultCode = -1;
     CLSWConfigManager* manager = CLSWConfigManager::GetInstance();
-    if (manager == nullptr) {
-        result.resultCode = 1001;
-        result.resultMsg = CErrorCodes::errorMap[1001];
-        ZelOutputDebugError(HERE, "%s", result.resultMsg.c_str());
+    if (NoManager(manager, result))
         return result;
-    }
     result.resultCode = manager->PreJoinArray(this, result.resultMsg);
     return result;
 }

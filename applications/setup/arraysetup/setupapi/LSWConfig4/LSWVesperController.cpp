@@ -364,19 +364,14 @@ long CLSWVesperController::Validate(std::string& msg) {
 
 // ---- Operations that reach the manager --------------------------------------------------
 
-namespace {
-
-// The model answers 1001 when the facade cannot be had; nothing is thrown.
-bool NoManager(CLSWConfigManager* manager, ApiResult& result) {
-    if (manager != nullptr)
+bool NoManager(const CLSWConfigManager* iManager, ApiResult& oResult) {
+    if (iManager != nullptr)
         return false;
-    result.resultCode = 1001;
-    result.resultMsg = CErrorCodes::errorMap[1001];
-    ZelOutputDebugError(HERE, "%s", result.resultMsg.c_str());
+    oResult.resultCode = 1001;
+    oResult.resultMsg = CErrorCodes::errorMap[1001];
+    ZelOutputDebugError(HERE, "%s", oResult.resultMsg.c_str());
     return true;
 }
-
-}  // namespace
 
 ApiResult CLSWVesperController::initialize() {
     ApiResult result;

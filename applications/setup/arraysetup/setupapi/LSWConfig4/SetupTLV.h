@@ -3,6 +3,9 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
+
+#include "LSWConfig4/ByteCursor.h"
 
 // The body of a message: a two-byte big-endian total length, then entries of
 // type (1 byte), big-endian length (2 bytes) and value, back to back.
@@ -61,6 +64,14 @@ public:
     uint8_t getType() const { return mTlvType; }
     uint16_t getLen() const { return mTlvLen; }
     char* getValue() const { return mpTlvValue; }
+    // The value bounded by the entry's own length, so that an entry shorter than its type
+    // implies reads as nothing.
+    ByteCursor valueCursor() const { return ByteCursor(mpTlvValue, mTlvLen); }
+    std::string valueString() const {
+        std::string text;
+        valueCursor().readString(text, mTlvLen);
+        return text;
+    }
     bool next();
     void theEnd();
 
