@@ -360,9 +360,7 @@ std::shared_ptr<CLSWVesperController> CLSWControllerDiscovery4::GetVesperInfo(
 CHello4::CHello4(CZelAdapter* iAdapter, unsigned short iMask)
     : m_adapter(iAdapter), m_mask(iMask) {}
 
-CHello4::~CHello4() {
-    delete m_dev;
-}
+CHello4::~CHello4() = default;
 
 bool CHello4::chkPlatform(unsigned short platform) {
     return (platform == 1 || platform == 2) && (platform & m_mask) != 0;
@@ -370,8 +368,7 @@ bool CHello4::chkPlatform(unsigned short platform) {
 
 int CHello4::run(std::list<std::shared_ptr<IlswController>>& controllers, int timeout,
                  STRING locale) {
-    delete m_dev;
-    m_dev = m_adapter ? CL2::GetInterface(m_adapter->m_addr, m_adapter->m_pcapname) : nullptr;
+    m_dev.reset(m_adapter ? CL2::GetInterface(m_adapter->m_addr, m_adapter->m_pcapname) : nullptr);
     if (!m_dev) {
         ZelOutputDebugError(HERE, "CL2::GetInterface failed");
         return 1004;

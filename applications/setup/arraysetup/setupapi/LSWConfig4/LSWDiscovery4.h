@@ -102,7 +102,7 @@ public:
 
 private:
     CZelAdapter* m_adapter;
-    CL2* m_dev = nullptr;
+    std::unique_ptr<CL2> m_dev;
     uint32_t m_mask;
     std::vector<std::shared_ptr<SetupAPIMessage>> m_MsgVec;
 };
@@ -127,7 +127,7 @@ private:
     CZelAdapter* m_adapter;
     int m_status = -1;
     char m_diagnostic[SETUP_MSG_SETUP_RSP_DIAG_SIZE] = {};
-    CL2* m_dev = nullptr;
+    std::unique_ptr<CL2> m_dev;
     unsigned char m_mac[6] = {};
     SETUPRequest* m_request;
 };
@@ -155,7 +155,7 @@ public:
     bool validatePkt(const std::shared_ptr<SetupAPIMessage>& msg);
 
 private:
-    CL2* m_dev = nullptr;
+    std::unique_ptr<CL2> m_dev;
     CZelAdapter* m_adapter;
     unsigned char m_mac[6] = {};
     CONFIGURATIONStatusRequest* m_request;
@@ -187,7 +187,7 @@ public:
     bool validatePkt(const std::shared_ptr<SetupAPIMessage>& msg);
 
 private:
-    CL2* m_dev = nullptr;
+    std::unique_ptr<CL2> m_dev;
     CZelAdapter* m_adapter;
     unsigned char m_mac[6] = {};
     DISKConfigurationRequest* m_request;
@@ -215,7 +215,7 @@ public:
     bool validatePkt(const std::shared_ptr<SetupAPIMessage>& msg);
 
 private:
-    CL2* m_dev = nullptr;
+    std::unique_ptr<CL2> m_dev;
     CZelAdapter* m_adapter;
     unsigned char m_mac[6] = {};
     BLINKRequest* m_request;
@@ -238,7 +238,7 @@ public:
 
 private:
     CZelAdapter* m_adapter;
-    CL2* m_dev = nullptr;
+    std::unique_ptr<CL2> m_dev;
     uint32_t m_mask = 0;
     unsigned char m_mac[6] = {};
     char m_diagnostic[SETUP_MSG_SETUP_RSP_DIAG_SIZE] = {};

@@ -58,11 +58,11 @@ struct UNICASTReply {
     std::function<long()> handle;
 };
 
-// Opens a session on the adapter into ioDev (deleting what ioDev held) and sets the
+// Opens a session on the adapter into ioDev (releasing what ioDev held) and sets the
 // unicast filter. 0, or the wording's result of the step that failed; oDiag holds
 // SETUP_MSG_SETUP_RSP_DIAG_SIZE bytes.
-int OpenUnicastSession(CZelAdapter* iAdapter, const UNICASTWording& iWording, CL2*& ioDev,
-                       char* oDiag);
+int OpenUnicastSession(CZelAdapter* iAdapter, const UNICASTWording& iWording,
+                       std::unique_ptr<CL2>& ioDev, char* oDiag);
 
 // From the null-request test on: addresses the request from the device's own MAC to iMac,
 // sends it, and, unless iReply is null (fire and forget), reads until the reply decides.

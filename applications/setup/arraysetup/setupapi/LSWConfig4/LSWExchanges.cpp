@@ -161,13 +161,12 @@ int ReadUnicastReply(DEVICEIoHandler& iDev, SetupAPIMessageHandler& ioHandler,
 
 }  // namespace
 
-int OpenUnicastSession(CZelAdapter* iAdapter, const UNICASTWording& iWording, CL2*& ioDev,
-                       char* oDiag) {
-    delete ioDev;
-    ioDev = nullptr;
+int OpenUnicastSession(CZelAdapter* iAdapter, const UNICASTWording& iWording,
+                       std::unique_ptr<CL2>& ioDev, char* oDiag) {
+    ioDev.reset();
     // No adapter means no session, the same as a session that could not be opened.
     if (iAdapter)
-        ioDev = CL2::GetInterface(iAdapter->m_addr, iAdapter->m_pcapname);
+        ioDev.reset(CL2::GetInterface(iAdapter->m_addr, iAdapter->m_pcapname));
     const char* name = iAdapter ? iAdapter->m_pcapname : "";
     if (!ioDev) {
         SetDiag(oDiag, iWording.openDiag);
@@ -232,9 +231,7 @@ CSetup::CSetup(CZelAdapter* iAdapter, SETUPRequest* iRequest, const unsigned cha
         memcpy(m_mac, iMac, sizeof(m_mac));
 }
 
-CSetup::~CSetup() {
-    delete m_dev;
-}
+CSetup::~CSetup() = default;
 
 int CSetup::run(int setup_timeout) {
     if (OpenUnicastSession(m_adapter, g_SetupWording, m_dev, m_diagnostic) != 0)
@@ -287,9 +284,7 @@ CPollMsg::CPollMsg(CZelAdapter* iAdapter, CONFIGURATIONStatusRequest* iRequest,
         memcpy(m_mac, iMac, sizeof(m_mac));
 }
 
-CPollMsg::~CPollMsg() {
-    delete m_dev;
-}
+CPollMsg::~CPollMsg() = default;
 
 int CPollMsg::run(int timeout) {
     if (OpenUnicastSession(m_adapter, g_PollWording, m_dev, m_diagnostic) != 0)
@@ -362,9 +357,7 @@ CDiskInfo::CDiskInfo(CZelAdapter* iAdapter, DISKConfigurationRequest* iRequest,
         memcpy(m_mac, iMac, sizeof(m_mac));
 }
 
-CDiskInfo::~CDiskInfo() {
-    delete m_dev;
-}
+CDiskInfo::~CDiskInfo() = default;
 
 int CDiskInfo::run(int timeout) {
     if (OpenUnicastSession(m_adapter, g_DiskInfoWording, m_dev, m_diagnostic) != 0)
@@ -427,9 +420,7 @@ CBlink4::CBlink4(CZelAdapter* iAdapter, BLINKRequest* iRequest, const unsigned c
         memcpy(m_mac, iMac, sizeof(m_mac));
 }
 
-CBlink4::~CBlink4() {
-    delete m_dev;
-}
+CBlink4::~CBlink4() = default;
 
 int CBlink4::run(int timeout) {
     if (OpenUnicastSession(m_adapter, g_BlinkWording, m_dev, m_diagnostic) != 0)
@@ -500,9 +491,7 @@ CPreJoin::CPreJoin(CZelAdapter* iAdapter, PREJOINRequest* iRequest, const unsign
     (void)m_diagnostic;
 }
 
-CPreJoin::~CPreJoin() {
-    delete m_dev;
-}
+CPreJoin::~CPreJoin() = default;
 
 int CPreJoin::run() {
     int opened = OpenUnicastSession(m_adapter, g_PreJoinWording, m_dev, nullptr);

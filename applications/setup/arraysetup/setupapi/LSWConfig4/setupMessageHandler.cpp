@@ -53,13 +53,9 @@ SetupAPIMessagePart::SetupAPIMessagePart(const MESSAGEHeader& iMsghdr, u_short i
     : msghdr(iMsghdr),
       vlanid(iVlanid),
       numBlobs(iNumBlobs),
-      blobs(new DataBlob[iNumBlobs]()),
+      blobs(std::make_unique<DataBlob[]>(iNumBlobs)),
       timeCreated(ZelClock::Now()) {
     memcpy(dataChecksum, iDataChecksum, sizeof(dataChecksum));
-}
-
-SetupAPIMessagePart::~SetupAPIMessagePart() {
-    delete[] blobs;
 }
 
 // --- PartialMessageMap ----------------------------------------------------------------

@@ -42,7 +42,7 @@ class SetupAPIMessagePart {
 public:
     SetupAPIMessagePart(const MESSAGEHeader& iMsghdr, u_short iVlanid, const u_char* iDataChecksum,
                         size_t iNumBlobs);
-    virtual ~SetupAPIMessagePart();
+    virtual ~SetupAPIMessagePart() = default;
     SetupAPIMessagePart(const SetupAPIMessagePart&) = delete;
     SetupAPIMessagePart& operator=(const SetupAPIMessagePart&) = delete;
 
@@ -50,7 +50,7 @@ public:
     u_short vlanid;
     u_char dataChecksum[4];
     size_t numBlobs;
-    DataBlob* blobs;
+    std::unique_ptr<DataBlob[]> blobs;
     time_t timeCreated;
 };
 
