@@ -1,7 +1,9 @@
 #include "support/CellsimProcess.h"
 
 #include <fcntl.h>
+#include <signal.h>
 #include <stdlib.h>
+#include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -39,8 +41,14 @@ CellsimProcess::CellsimProcess(const std::string& iBinary, const std::string& iN
         f << iConfig;
         config = m_ini;
     }
+    const pid_t parent = getpid();
     pid_t pid = fork();
     if (pid == 0) {
+        // The simulator goes with the test that started it, also when the test aborts; had
+        // the test gone before this line, nobody would stop it.
+        prctl(PR_SET_PDEATHSIG, SIGTERM);
+        if (getppid() != parent)
+            _exit(127);
         int out = open(m_out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
         int err = open(m_err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
         if (out >= 0)
