@@ -80,8 +80,8 @@ public:
     long DiscoverArrays(std::vector<std::shared_ptr<IlswArray>>& discList, std::string macAddr,
                         std::string& message, bool bUnInitializedOnly);
     long DiscoverVesperControllers(
-        std::vector<std::shared_ptr<IlswVesperController>>& controllersVector,
-        std::string& message, bool bUnInitializedOnly);
+        std::vector<std::shared_ptr<IlswVesperController>>& controllersVector, std::string& message,
+        bool bUnInitializedOnly);
 
     long ConfigureVesperController(std::shared_ptr<CLSWVesperController> pVesperController,
                                    std::string& message, bool bSkipControllerSearch);
@@ -123,8 +123,8 @@ public:
                         std::string macAddr, std::string locale, std::string& message,
                         bool bUnInitializedOnly, unsigned int SearchTimeout);
     long DiscoverVesperControllers(
-        std::vector<std::shared_ptr<IlswVesperController>>& controllersVector,
-        std::string& message, std::string locale, bool bUnInitializedOnly);
+        std::vector<std::shared_ptr<IlswVesperController>>& controllersVector, std::string& message,
+        std::string locale, bool bUnInitializedOnly);
     long InitializeVesperController(std::shared_ptr<CLSWVesperController> controller,
                                     std::string& message);
     long GetVesperControllerInitializeStatus(
@@ -133,8 +133,7 @@ public:
     long InitializeVesperArray(CLSWVesperArray* array, std::string& message);
     long BlinkVesperController(std::shared_ptr<CLSWVesperController> controller,
                                unsigned short RequestCode,
-                               std::shared_ptr<IlswBlinkResponse>& response,
-                               std::string& message);
+                               std::shared_ptr<IlswBlinkResponse>& response, std::string& message);
     long GetDiskInfo(std::shared_ptr<CLSWVesperController> controller,
                      std::vector<std::shared_ptr<IlswDiskInfo>>& disks, std::string& message);
     long PreJoinArray(CLSWVesperArray* array, std::string& message);

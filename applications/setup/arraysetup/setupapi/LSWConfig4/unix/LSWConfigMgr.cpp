@@ -25,7 +25,9 @@ namespace {
 // The text of one of our codes, by the map's index operator as everywhere else: a code
 // without a row (1035) gives an empty text and leaves an empty row behind. Only the calling
 // thread looks texts up, under the facade's lock, never the discovery threads.
-std::string ErrorText(int iCode) { return CErrorCodes::errorMap[iCode]; }
+std::string ErrorText(int iCode) {
+    return CErrorCodes::errorMap[iCode];
+}
 
 // The object the operator filled takes over what the latest discovery knows of the same
 // controller.
