@@ -159,6 +159,23 @@ int ReadUnicastReply(DEVICEIoHandler& iDev, SetupAPIMessageHandler& ioHandler,
     }
 }
 
+// The reading of the exchanges whose reply is a whole message: one read of the message
+// layer, checksum compared, then the exchange's own test and handler.
+template <typename Exchange>
+int ConverseForMessage(Exchange& ioExchange, DEVICEIoHandler& iDev, SetupAPIMessage* ioRequest,
+                       const unsigned char* iMac, const UNICASTWording& iWording, int iTimeout,
+                       char* oDiag) {
+    std::shared_ptr<SetupAPIMessage> msg;
+    UNICASTReply reply{
+        [&](SetupAPIMessageHandler& h, DEVICEIoHandler& d, int t) {
+            return h.ReadSetupAPIMessage(d, msg, t, false);
+        },
+        [&] { return ioExchange.validatePkt(msg); },
+        [&] { return static_cast<long>(ioExchange.packet_handler(msg)); },
+    };
+    return ConverseUnicast(iDev, ioRequest, iMac, iWording, &reply, iTimeout, oDiag);
+}
+
 }  // namespace
 
 int OpenUnicastSession(CZelAdapter* iAdapter, const UNICASTWording& iWording,
@@ -293,15 +310,7 @@ int CPollMsg::run(int timeout) {
 }
 
 int CPollMsg::run(DEVICEIoHandler& iDev, int timeout) {
-    std::shared_ptr<SetupAPIMessage> msg;
-    UNICASTReply reply{
-        [&](SetupAPIMessageHandler& h, DEVICEIoHandler& d, int t) {
-            return h.ReadSetupAPIMessage(d, msg, t, false);
-        },
-        [&] { return validatePkt(msg); },
-        [&] { return packet_handler(msg); },
-    };
-    return ConverseUnicast(iDev, m_request, m_mac, g_PollWording, &reply, timeout, m_diagnostic);
+    return ConverseForMessage(*this, iDev, m_request, m_mac, g_PollWording, timeout, m_diagnostic);
 }
 
 bool CPollMsg::validatePkt(const std::shared_ptr<SetupAPIMessage>& msg) {
@@ -366,16 +375,8 @@ int CDiskInfo::run(int timeout) {
 }
 
 int CDiskInfo::run(DEVICEIoHandler& iDev, int timeout) {
-    std::shared_ptr<SetupAPIMessage> msg;
-    UNICASTReply reply{
-        [&](SetupAPIMessageHandler& h, DEVICEIoHandler& d, int t) {
-            return h.ReadSetupAPIMessage(d, msg, t, false);
-        },
-        [&] { return validatePkt(msg); },
-        [&] { return packet_handler(msg); },
-    };
-    return ConverseUnicast(iDev, m_request, m_mac, g_DiskInfoWording, &reply, timeout,
-                           m_diagnostic);
+    return ConverseForMessage(*this, iDev, m_request, m_mac, g_DiskInfoWording, timeout,
+                              m_diagnostic);
 }
 
 bool CDiskInfo::validatePkt(const std::shared_ptr<SetupAPIMessage>& msg) {
@@ -429,15 +430,7 @@ int CBlink4::run(int timeout) {
 }
 
 int CBlink4::run(DEVICEIoHandler& iDev, int timeout) {
-    std::shared_ptr<SetupAPIMessage> msg;
-    UNICASTReply reply{
-        [&](SetupAPIMessageHandler& h, DEVICEIoHandler& d, int t) {
-            return h.ReadSetupAPIMessage(d, msg, t, false);
-        },
-        [&] { return validatePkt(msg); },
-        [&] { return static_cast<long>(packet_handler(msg)); },
-    };
-    return ConverseUnicast(iDev, m_request, m_mac, g_BlinkWording, &reply, timeout, m_diagnostic);
+    return ConverseForMessage(*this, iDev, m_request, m_mac, g_BlinkWording, timeout, m_diagnostic);
 }
 
 // The ignore text is the disk exchange's: the two were written from one model.
