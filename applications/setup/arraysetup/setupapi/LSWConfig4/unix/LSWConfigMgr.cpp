@@ -531,20 +531,26 @@ long CManager::PreJoinArray(CLSWVesperArray* pVesperArray, std::string& message)
 
 namespace {
 
-// The opening that blink and disk information share: the controller's adapter and MAC, or,
-// when it has no adapter, those of the same controller found afresh on the wire (oFound
-// keeps that one, and so its MAC, alive). 0, or 1010 with message set.
-long LocateController(CManager& ioManager, CLSWVesperController& iController,
+// The opening that blink and disk information share, with the blink's failure texts for
+// both as they came over with the logic: no controller is 1010; else the controller's
+// adapter and MAC, or, when it has no adapter, those of the same controller found afresh on the
+// wire (oFound keeps that one, and so its MAC, alive). 0, or 1010 with message set.
+long LocateController(CManager& ioManager, const std::shared_ptr<CLSWVesperController>& iController,
                       CZelAdapter*& oAdapter, const unsigned char*& oMac,
                       std::shared_ptr<CLSWVesperController>& oFound, std::string& message) {
-    oAdapter = iController.GetAdapterInfo();
-    oMac = iController.GetMACAddr();
+    if (!iController) {
+        ZelOutputDebugError(HERE, "NULL controller for sending blink command");
+        message = ErrorText(1010);
+        return 1010;
+    }
+    oAdapter = iController->GetAdapterInfo();
+    oMac = iController->GetMACAddr();
     if (oAdapter)
         return 0;
-    oFound = ioManager.FindVesperControllerFromSerialNumber(iController.getHardwareSn());
+    oFound = ioManager.FindVesperControllerFromSerialNumber(iController->getHardwareSn());
     if (!oFound) {
         ZelOutputDebugError(HERE, "Unable to find controller %s for sending blink command",
-                            iController.getHardwareSn().c_str());
+                            iController->getHardwareSn().c_str());
         message = ErrorText(1010);
         return 1010;
     }
@@ -563,15 +569,10 @@ long CManager::BlinkVesperController(std::shared_ptr<CLSWVesperController> vespe
     ZelOutputDebugPrint(
         HERE, "CManager::BlinkVesperController() > Invoking blink(%d) on controller %s",
         requestCode, vesperController ? vesperController->getHardwareSn().c_str() : "");
-    if (!vesperController) {
-        ZelOutputDebugError(HERE, "NULL controller for sending blink command");
-        message = ErrorText(1010);
-        return 1010;
-    }
     CZelAdapter* adapter = nullptr;
     const unsigned char* mac = nullptr;
     std::shared_ptr<CLSWVesperController> found;
-    long located = LocateController(*this, *vesperController, adapter, mac, found, message);
+    long located = LocateController(*this, vesperController, adapter, mac, found, message);
     if (located != 0)
         return located;
 
@@ -599,16 +600,10 @@ long CManager::GetDiskInfo(std::shared_ptr<CLSWVesperController> vesperControlle
                            std::string& message) {
     ZelOutputDebugPrint(HERE, "Fetching diskinfo for controller %s",
                         vesperController ? vesperController->getHardwareSn().c_str() : "");
-    // The failure texts are the blink's, as they came over with the logic.
-    if (!vesperController) {
-        ZelOutputDebugError(HERE, "NULL controller for sending blink command");
-        message = ErrorText(1010);
-        return 1010;
-    }
     CZelAdapter* adapter = nullptr;
     const unsigned char* mac = nullptr;
     std::shared_ptr<CLSWVesperController> found;
-    long located = LocateController(*this, *vesperController, adapter, mac, found, message);
+    long located = LocateController(*this, vesperController, adapter, mac, found, message);
     if (located != 0)
         return located;
 
