@@ -3,6 +3,7 @@
 
 #include <netinet/in.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 
@@ -41,6 +42,10 @@ typedef struct ZEL_IP_ADDRESS_s {
 #pragma pack(pop)
 
 static_assert(sizeof(ZEL_IP_ADDRESS_t) == ZEL_IP_ADDRESS_SIZE, "address value is 20 bytes");
+static_assert(offsetof(ZEL_IP_ADDRESS_t, sa_family) == 0 && offsetof(ZEL_IP_ADDRESS_t, reserved) == 1 &&
+                  offsetof(ZEL_IP_ADDRESS_t, port) == 2 && offsetof(ZEL_IP_ADDRESS_t, v4) == 4 &&
+                  offsetof(ZEL_IP_ADDRESS_t, v6) == 4,
+              "family, reserved byte, port, then the address");
 
 extern const ZEL_IP_ADDRESS_t zelAddr_zero;
 #define ZEL_NULL_IP_ADDRESS zelAddr_zero

@@ -54,15 +54,3 @@ TEST(ZelStringUtilTest, CaseInsensitiveTraitsAndComparison) {
     // Compared on the NUL-terminated forms.
     EXPECT_TRUE(AreStringsIdenticalIgnoreCase(std::string("ab\0x", 4), "AB"));
 }
-
-TEST(ZelStringUtilTest, NarrowConversionsCopy) {
-    std::string target = "previous content";
-    ConvertMBtoWC("text", target);
-    EXPECT_EQ(target, "text");
-    ConvertMBtoWC(nullptr, target);
-    EXPECT_EQ(target, "");
-    const std::string source = "copy me";
-    std::string copy = ConvertWCtoMB(source);
-    EXPECT_EQ(copy, source);
-    EXPECT_NE(copy.data(), source.data());
-}
