@@ -66,19 +66,6 @@ int RemoveEntry(const char* path, const struct stat*, int, struct FTW*) {
     return remove(path);
 }
 
-// How many descriptors of this process are open on iPath.
-int OpenHandlesTo(const std::string& iPath) {
-    int count = 0;
-    for (int fd = 0; fd < 1024; ++fd) {
-        char link[64], target[PATH_MAX];
-        snprintf(link, sizeof(link), "/proc/self/fd/%d", fd);
-        ssize_t n = readlink(link, target, sizeof(target) - 1);
-        if (n > 0 && std::string(target, n) == iPath)
-            ++count;
-    }
-    return count;
-}
-
 size_t CountOf(const std::string& haystack, const std::string& needle) {
     size_t count = 0;
     for (size_t at = haystack.find(needle); at != std::string::npos;
@@ -159,75 +146,75 @@ protected:
     bool m_hadHome = false;
 };
 
-TEST_F(ZelTraceTest, LevelGateAndMacroSkipDisabledLines) {
+// Each configuration: the settings it gives and the levels whose lines reach the file.
+TEST_F(ZelTraceTest, SettingsAndTheLevelGate) {
     MakeLogDir();
+    struct Row {
+        const char* config;  // nullptr: no configuration file at all
+        unsigned level;
+        bool rotate;
+        unsigned maxMB;
+    };
+    const Row rows[] = {
+        {nullptr, 2, false, 50},
+        {"[HIT Params]\nDebugLevel = 0\n", 0, false, 50},
+        {"[HIT Params]\nDebugLevel = 7\n", 3, false, 50},                // clamped
+        {"[HIT Params]\nDebugLevel = -1\n", 0xFFFFFFFFu, false, 50},     // wraps: all on
+        {"[HIT Params]\nRotateLogFiles=1\n", 2, true, 50},
+        // Keys and section are case-insensitive; "LogDir" is read but steers nothing.
+        {"[hit PARAMS]\ndebuglevel = 3\nROTATELOGFILES = yes\nmaxlogsizemb = 7\n"
+         "logdir = /tmp/elsewhere-of-the-trace-test\n",
+         3, true, 7},
+    };
+    for (const Row& r : rows) {
+        SCOPED_TRACE(r.config ? r.config : "(no file)");
+        unlink(m_logFile.c_str());
+        unlink(m_config.c_str());
+        if (r.config)
+            WriteConfig(r.config);
+        {
+            TestTrace t(m_config);
+            EXPECT_EQ(t.GetLevel(), r.level);
+            EXPECT_EQ(t.m_rotateEnabled, r.rotate);
+            EXPECT_EQ(t.m_maxLogSizeMB, r.maxMB);
+            EXPECT_EQ(t.GetFlags(), ZEL_DBG_FLAG_TRACE_DEFAULT);
+            EXPECT_EQ(std::string(t.LogFileName()), m_logFile);
+            for (unsigned level : {1u, 2u, 3u, 1000u})
+                t.OutputDebug(level, HERE, "line at %u", level);
+        }
+        const std::string text = ReadFile(m_logFile);
+        for (unsigned level : {1u, 2u, 3u, 1000u})
+            EXPECT_EQ(text.find("|line at " + std::to_string(level) + "\n") != std::string::npos,
+                      level <= r.level)
+                << level;
+    }
+    EXPECT_FALSE(Exists("/tmp/elsewhere-of-the-trace-test"));
+
+    // A disabled line does not even evaluate its arguments.
     WriteConfig("[HIT Params]\nDebugLevel = 2\n");
-    {
-        TestTrace t(m_config);
-        EXPECT_TRUE(t.CheckLevel(ZEL_OUTPUT_DEBUG_OFF));
-        EXPECT_TRUE(t.CheckLevel(ZEL_OUTPUT_DEBUG_ERROR));
-        EXPECT_TRUE(t.CheckLevel(ZEL_OUTPUT_DEBUG_PRINT));
-        EXPECT_FALSE(t.CheckLevel(ZEL_OUTPUT_DEBUG_VERBOSE));
-
-        // A disabled line does not even evaluate its arguments.
-        int evaluated = 0;
-        m_ZEL_TRACE_AT(t, ZEL_OUTPUT_DEBUG_VERBOSE, HERE, "verbose %d", ++evaluated);
-        EXPECT_EQ(evaluated, 0);
-        m_ZEL_TRACE_AT(t, ZEL_OUTPUT_DEBUG_PRINT, HERE, "print %d", ++evaluated);
-        EXPECT_EQ(evaluated, 1);
-        // OutputDebug applies the same gate when called directly.
-        t.OutputDebug(ZEL_OUTPUT_DEBUG_VERBOSE, HERE, "direct verbose");
-        std::string text = ReadFile(m_logFile);
-        EXPECT_NE(text.find("|print 1\n"), std::string::npos);
-        EXPECT_EQ(text.find("verbose"), std::string::npos);
-    }
-    // Level 0 writes nothing at all, not even errors.
-    WriteConfig("[HIT Params]\nDebugLevel = 0\n");
-    ASSERT_EQ(unlink(m_logFile.c_str()), 0);
-    TestTrace off(m_config);
-    EXPECT_FALSE(off.CheckLevel(ZEL_OUTPUT_DEBUG_ERROR));
-    off.OutputDebug(ZEL_OUTPUT_DEBUG_ERROR, HERE, "error while off");
-    EXPECT_EQ(ReadFile(m_logFile), "");
-}
-
-TEST_F(ZelTraceTest, ConfiguredLevelClampsAboveThreeAndNegativeEnablesAll) {
-    MakeLogDir();
-    WriteConfig("[HIT Params]\nDebugLevel = 7\n");
-    {
-        TestTrace t(m_config);
-        EXPECT_EQ(t.GetLevel(), 3u);
-        EXPECT_FALSE(t.CheckLevel(4));
-        t.OutputDebug(ZEL_OUTPUT_DEBUG_VERBOSE, HERE, "verbose at seven");
-    }
-    WriteConfig("[HIT Params]\nDebugLevel = -1\n");
-    {
-        TestTrace t(m_config);
-        EXPECT_EQ(t.GetLevel(), 0xFFFFFFFFu);
-        EXPECT_TRUE(t.CheckLevel(1000));
-        t.OutputDebug(ZEL_OUTPUT_DEBUG_VERBOSE, HERE, "verbose at minus one");
-        t.OutputDebug(1000, HERE, "level 1000 at minus one");
-    }
-    std::string text = ReadFile(m_logFile);
-    EXPECT_NE(text.find("|verbose at seven\n"), std::string::npos);
-    EXPECT_NE(text.find("|verbose at minus one\n"), std::string::npos);
-    EXPECT_NE(text.find("|INFO|TestBody|"), std::string::npos);
-    EXPECT_NE(text.find("|level 1000 at minus one\n"), std::string::npos);
-}
-
-TEST_F(ZelTraceTest, KeysAndSectionAreCaseInsensitiveAndLogDirIsIgnored) {
-    MakeLogDir();
-    WriteConfig(
-        "[hit PARAMS]\ndebuglevel = 3\nROTATELOGFILES = yes\nmaxlogsizemb = 7\n"
-        "logdir = " +
-        m_dir + "/elsewhere\n");
     TestTrace t(m_config);
-    EXPECT_EQ(t.GetLevel(), 3u);
-    EXPECT_TRUE(t.m_rotateEnabled);
-    EXPECT_EQ(t.m_maxLogSizeMB, 7u);
-    EXPECT_EQ(std::string(t.LogFileName()), m_logFile);
-    t.OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, HERE, "here");
-    EXPECT_NE(ReadFile(m_logFile).find("|here\n"), std::string::npos);
-    EXPECT_FALSE(Exists(m_dir + "/elsewhere"));
+    int evaluated = 0;
+    m_ZEL_TRACE_AT(t, ZEL_OUTPUT_DEBUG_VERBOSE, HERE, "verbose %d", ++evaluated);
+    EXPECT_EQ(evaluated, 0);
+    m_ZEL_TRACE_AT(t, ZEL_OUTPUT_DEBUG_PRINT, HERE, "print %d", ++evaluated);
+    EXPECT_EQ(evaluated, 1);
+}
+
+TEST_F(ZelTraceTest, WithoutTheTraceDirectoryTheFileIsInTheWorkingDirectory) {
+    ASSERT_EQ(chdir(m_dir.c_str()), 0);
+    for (bool home : {false, true}) {
+        if (home) {
+            setenv("HOME", m_home.c_str(), 1);
+        } else {
+            unsetenv("HOME");
+        }
+        TestTrace t(m_dir + "/no-such.conf");
+        EXPECT_STREQ(t.LogFileName(), ".//RSTraceLog.log");
+        t.OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, "f", 1, "Fn", "home %d", home);
+    }
+    std::string file = ReadFile(m_dir + "/RSTraceLog.log");
+    EXPECT_NE(file.find("|home 0\n"), std::string::npos);
+    EXPECT_NE(file.find("|home 1\n"), std::string::npos);
 }
 
 TEST_F(ZelTraceTest, LineFieldsAndWords) {
@@ -398,28 +385,6 @@ TEST_F(ZelTraceTest, UnopenableFileFallsBackAndReturnsAtNextCheck) {
     EXPECT_EQ(file.find("stderr"), std::string::npos);
 }
 
-TEST_F(ZelTraceTest, DebugPrintOnlyWritesToStandardErrorAndClosesTheFile) {
-    MakeLogDir();
-    WriteConfig("[HIT Params]\nDebugLevel=2\n");
-    TestTrace t(m_config);
-    ASSERT_EQ(t.TraceType(), ZelTrace::TraceFile);
-    StderrCapture capture(m_dir + "/stderr.txt");
-    EXPECT_EQ(OpenHandlesTo(m_logFile), 1);
-    t.SetDbgPrintOnly(true);
-    EXPECT_EQ(t.TraceType(), ZelTrace::TraceDbgPrint);
-    EXPECT_EQ(OpenHandlesTo(m_logFile), 0);
-    t.OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, "f", 1, "Fn", "terminal only");
-    t.SetDbgPrintOnly(false);
-    t.OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, "f", 1, "Fn", "file again");
-    std::string err = capture.Stop();
-    EXPECT_EQ(t.TraceType(), ZelTrace::TraceFile);
-    EXPECT_NE(err.find("|terminal only\n"), std::string::npos) << err;
-    EXPECT_EQ(err.find("file again"), std::string::npos) << err;
-    std::string file = ReadFile(m_logFile);
-    EXPECT_EQ(file.find("terminal only"), std::string::npos);
-    EXPECT_NE(file.find("|file again\n"), std::string::npos);
-}
-
 TEST_F(ZelTraceTest, ChangedConfigurationIsReadAtNextCheckBeforeTheLevelTest) {
     MakeLogDir();
     WriteConfig("[HIT Params]\nDebugLevel=2\n");
@@ -437,116 +402,62 @@ TEST_F(ZelTraceTest, ChangedConfigurationIsReadAtNextCheckBeforeTheLevelTest) {
     EXPECT_NE(file.find("|verbose now\n"), std::string::npos);
 }
 
-TEST_F(ZelTraceTest, RollsOneByteAboveTheLimitAndNotAtIt) {
+// The size is looked at only in the check, every 30 seconds and only with rotation and a
+// limit; a roll keeps one generation.
+TEST_F(ZelTraceTest, RollsOneByteAboveTheLimitOnlyWithRotationAndALimit) {
     MakeLogDir();
-    WriteConfig("[HIT Params]\nRotateLogFiles=true\nMaxLogSizeMB=1\n");
+    const long long MB = 1048576;
+    struct Row {
+        const char* config;
+        long long size;  // the file's size before the check
+        bool rolls;
+    };
+    const Row rows[] = {
+        {"RotateLogFiles=true\nMaxLogSizeMB=1\n", MB, false},
+        {"RotateLogFiles=true\nMaxLogSizeMB=1\n", MB + 1, true},
+        {"RotateLogFiles=true\nMaxLogSizeMB=1\n", 2 * MB, true},  // replaces the ".1"
+        {"RotateLogFiles=true\nMaxLogSizeMB=0\n", 3 * MB + 1, false},
+        {"RotateLogFiles=false\nMaxLogSizeMB=1\n", 3 * MB + 1, false},
+        {"MaxLogSizeMB=1\n", 3 * MB + 1, false},
+    };
     const std::string previous = m_logFile + ".1";
-    TestTrace t(m_config);
-    t.OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, "f", 1, "Fn", "start");
-
-    ASSERT_EQ(truncate(m_logFile.c_str(), 1048576), 0);
-    ManualClock::Advance(31);
-    t.OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, "f", 1, "Fn", "at the limit");
-    EXPECT_FALSE(Exists(previous));
-    EXPECT_GT(SizeOf(m_logFile), 1048576);
-
-    ASSERT_EQ(truncate(m_logFile.c_str(), 1048577), 0);
-    ManualClock::Advance(31);
-    t.OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, "f", 1, "Fn", "above the limit");
-    ASSERT_TRUE(Exists(previous));
-    // The old stream still takes the first notice before it is closed.
-    std::string old = ReadFile(previous);
-    ASSERT_GT(old.size(), 1048577u);
-    EXPECT_NE(old.substr(1048577).find("|Reopening log file\n"), std::string::npos);
-    std::string current = ReadFile(m_logFile);
-    EXPECT_LT(current.size(), 1024u);
-    EXPECT_NE(current.find("|Log file reopened\n"), std::string::npos);
-    EXPECT_NE(current.find("|above the limit\n"), std::string::npos);
-
-    // One generation only: the next roll replaces ".1".
-    ASSERT_EQ(truncate(m_logFile.c_str(), 2 * 1048576), 0);
-    ManualClock::Advance(31);
-    t.OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, "f", 1, "Fn", "second roll");
-    EXPECT_GT(SizeOf(previous), 2 * 1048576);
-    EXPECT_FALSE(Exists(previous + ".1"));
-    EXPECT_FALSE(Exists(m_logFile + ".2"));
-    EXPECT_LT(SizeOf(m_logFile), 1024);
-}
-
-TEST_F(ZelTraceTest, NoRollWithoutSizeLimitOrWithoutRotation) {
-    MakeLogDir();
-    for (const char* config : {"[HIT Params]\nRotateLogFiles=true\nMaxLogSizeMB=0\n",
-                               "[HIT Params]\nRotateLogFiles=false\nMaxLogSizeMB=1\n",
-                               "[HIT Params]\nMaxLogSizeMB=1\n"}) {
-        SCOPED_TRACE(config);
-        unlink(m_logFile.c_str());
-        WriteConfig(config);
+    for (const Row& r : rows) {
+        SCOPED_TRACE(std::string(r.config) + std::to_string(r.size));
+        WriteConfig(std::string("[HIT Params]\n") + r.config);
         TestTrace t(m_config);
         t.OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, "f", 1, "Fn", "start");
-        ASSERT_EQ(truncate(m_logFile.c_str(), 3 * 1048576 + 1), 0);
+        ASSERT_EQ(truncate(m_logFile.c_str(), r.size), 0);
+        const long long before = SizeOf(previous);
         ManualClock::Advance(31);
-        t.OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, "f", 1, "Fn", "big file");
-        EXPECT_FALSE(Exists(m_logFile + ".1"));
-        EXPECT_GT(SizeOf(m_logFile), 3 * 1048576 + 1);
-        // Without the size check a deleted file is not re-created either.
+        t.OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, "f", 1, "Fn", "after the check");
+        if (r.rolls) {
+            // The old stream still takes the first notice before it is closed.
+            std::string old = ReadFile(previous);
+            ASSERT_GT(old.size(), static_cast<size_t>(r.size));
+            EXPECT_NE(old.substr(r.size).find("|Reopening log file\n"), std::string::npos);
+            std::string current = ReadFile(m_logFile);
+            EXPECT_LT(current.size(), 1024u);
+            EXPECT_NE(current.find("|Log file reopened\n"), std::string::npos);
+            EXPECT_NE(current.find("|after the check\n"), std::string::npos);
+            EXPECT_FALSE(Exists(m_logFile + ".2"));
+            EXPECT_FALSE(Exists(previous + ".1"));
+        } else {
+            EXPECT_EQ(SizeOf(previous), before);
+            EXPECT_GT(SizeOf(m_logFile), r.size);
+        }
+
+        // A deleted file comes back at the next check only where the size is looked at.
         ASSERT_EQ(unlink(m_logFile.c_str()), 0);
-        ManualClock::Advance(31);
-        t.OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, "f", 1, "Fn", "into the void");
+        ManualClock::Advance(30);
+        t.OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, "f", 1, "Fn", "not yet");
         EXPECT_FALSE(Exists(m_logFile));
+        ManualClock::Advance(1);
+        t.OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, "f", 1, "Fn", "recreated");
+        const bool sized = std::string(r.config).find("true\nMaxLogSizeMB=1") != std::string::npos;
+        ASSERT_EQ(Exists(m_logFile), sized);
+        EXPECT_EQ(ReadFile(m_logFile).find("not yet"), std::string::npos);
+        unlink(m_logFile.c_str());
     }
-}
-
-TEST_F(ZelTraceTest, DeletedFileIsRecreatedAtNextCheck) {
-    MakeLogDir();
-    WriteConfig("[HIT Params]\nRotateLogFiles=1\n");
-    TestTrace t(m_config);
-    EXPECT_EQ(t.m_maxLogSizeMB, 50u);
-    t.OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, "f", 1, "Fn", "one");
-    ASSERT_EQ(unlink(m_logFile.c_str()), 0);
-    t.OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, "f", 1, "Fn", "two");
-    ManualClock::Advance(30);
-    t.OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, "f", 1, "Fn", "three");
-    EXPECT_FALSE(Exists(m_logFile));
-    ManualClock::Advance(1);
-    t.OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, "f", 1, "Fn", "four");
-    ASSERT_TRUE(Exists(m_logFile));
-    EXPECT_FALSE(Exists(m_logFile + ".1"));
-    std::string file = ReadFile(m_logFile);
-    EXPECT_NE(file.find("|Log file reopened\n"), std::string::npos);
-    EXPECT_NE(file.find("|four\n"), std::string::npos);
-    EXPECT_EQ(file.find("three"), std::string::npos);
-}
-
-TEST_F(ZelTraceTest, DefaultsWithoutConfigurationOrHome) {
-    ASSERT_EQ(chdir(m_dir.c_str()), 0);
-    const std::string missing = m_dir + "/no-such.conf";
-    unsetenv("HOME");
-    {
-        TestTrace t(missing);
-        EXPECT_STREQ(t.LogFileName(), ".//RSTraceLog.log");
-        EXPECT_EQ(t.GetLevel(), 2u);
-        EXPECT_FALSE(t.m_rotateEnabled);
-        EXPECT_EQ(t.m_maxLogSizeMB, 50u);
-        EXPECT_EQ(t.GetFlags(), ZEL_DBG_FLAG_TRACE_DEFAULT);
-        EXPECT_EQ(t.TraceType(), ZelTrace::TraceFile);
-        EXPECT_TRUE(t.SetupSucceeded());
-        t.OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, "f", 1, "Fn", "in the working directory");
-        t.OutputDebug(ZEL_OUTPUT_DEBUG_VERBOSE, "f", 1, "Fn", "verbose is off");
-    }
-    std::string file = ReadFile(m_dir + "/RSTraceLog.log");
-    EXPECT_NE(file.find("|in the working directory\n"), std::string::npos);
-    EXPECT_EQ(file.find("verbose is off"), std::string::npos);
-
-    // A home without the trace directory falls back to the working directory as well.
-    setenv("HOME", m_home.c_str(), 1);
-    {
-        TestTrace t(missing);
-        EXPECT_STREQ(t.LogFileName(), ".//RSTraceLog.log");
-    }
-    MakeLogDir();
-    TestTrace t(missing);
-    EXPECT_EQ(std::string(t.LogFileName()), m_logFile);
-    EXPECT_TRUE(Exists(m_logFile));
 }
 
 }  // namespace
