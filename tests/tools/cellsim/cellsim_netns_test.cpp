@@ -1,7 +1,8 @@
 // cellsim over real frames: this program runs in the wizard's namespace of a test bed
 // (scripts/netns-run) and talks through wiz0 with our own link layer, while the real cellsim
 // program answers on ctl0 in the controllers' namespace. Every test checks both what the
-// client decoded and what cellsim's event log says crossed the wire.
+// client decoded and what cellsim's event log says crossed the wire. Disk lists, blink and
+// prejoin are the layer-2 road's network tests' to prove, through the wizard's own exchanges.
 #include <gtest/gtest.h>
 #include <signal.h>
 
@@ -22,6 +23,7 @@
 #include "LSWConfig4/unix/Adapter.h"
 #include "WizardSide.h"
 #include "support/CellsimProcess.h"
+#include "support/Mac.h"
 #include "support/NetnsPeer.h"
 
 namespace {
@@ -31,53 +33,11 @@ using Bytes = std::vector<unsigned char>;
 
 const unsigned char kTemplate[22] = MESSAGE_HEADER_INITIALIZER;
 
-bool MacOf(const char* iIfName, unsigned char* oMac) {
-    char text[ZEL_MAC_ADDR_STRING_SIZE];
-    if (!GetMACAddrString(iIfName, text))
-        return false;
-    unsigned v[6];
-    if (sscanf(text, "%x:%x:%x:%x:%x:%x", &v[0], &v[1], &v[2], &v[3], &v[4], &v[5]) != 6)
-        return false;
-    for (int i = 0; i < 6; ++i)
-        oMac[i] = static_cast<unsigned char>(v[i]);
-    return true;
-}
-
-std::string MacText(const unsigned char* iMac) {
-    char t[18];
-    snprintf(t, sizeof(t), "%02x:%02x:%02x:%02x:%02x:%02x", iMac[0], iMac[1], iMac[2], iMac[3],
-             iMac[4], iMac[5]);
-    return t;
-}
-
 // The real cellsim, started in the controllers' namespace on ctl0.
 class Cellsim : public CellsimProcess {
 public:
     Cellsim(const NetnsBed& iBed, const std::string& iIni, bool iFromFile = false)
         : CellsimProcess(CELLSIM_BINARY, iBed.ctl, "ctl0", iIni, iFromFile) {}
-};
-
-// Records the packet ids of the frames the client reads, in order of arrival.
-class RecordingDevice : public DEVICEIoHandler {
-public:
-    explicit RecordingDevice(CL2& iDevice) : m_device(iDevice) {}
-    int Read(void* oBuf, uint32_t iCount, int iTimeout) override {
-        int n = m_device.Read(oBuf, iCount, iTimeout);
-        const auto* b = static_cast<const unsigned char*>(oBuf);
-        if (n >= 34 && iCount >= 34 && memcmp(b, m_mac, 6) == 0)
-            m_ids.push_back(b[29]);
-        return n;
-    }
-    int Write(const void* iBuf, uint32_t iCount) override { return m_device.Write(iBuf, iCount); }
-    int Poll(int iTimeout) override { return m_device.Poll(iTimeout); }
-    void getMacAddr(unsigned char* oMac) override { m_device.getMacAddr(oMac); }
-    void SetMac(const unsigned char* iMac) { memcpy(m_mac, iMac, 6); }
-
-    std::vector<int> m_ids;
-
-private:
-    CL2& m_device;
-    unsigned char m_mac[6] = {};
 };
 
 // The wizard's end: our packet device on wiz0 and the message layer.
@@ -87,20 +47,16 @@ public:
         if (!MacOf("wiz0", m_mac))
             return;
         m_device.reset(CL2::GetInterface(m_mac, "wiz0"));
-        if (m_device) {
+        if (m_device)
             m_device->setfilter(kTemplate, kTemplate + 14);
-            m_recorder = std::make_unique<RecordingDevice>(*m_device);
-            m_recorder->SetMac(m_mac);
-        }
     }
     bool Ok() const { return m_device != nullptr; }
     const unsigned char* Mac() const { return m_mac; }
-    std::vector<int>& FrameIds() { return m_recorder->m_ids; }
 
     // To iDst, or to the discovery multicast when null.
     bool Send(SetupAPIMessage& ioRequest, const unsigned char* iDst) {
         ioRequest.msghdr.Reset(0, iDst, m_mac);
-        return m_handler.WriteSetupAPIMessage(*m_recorder, ioRequest) > 0;
+        return m_handler.WriteSetupAPIMessage(*m_device, ioRequest) > 0;
     }
 
     // The next message of iOpcode within iSeconds (others are read past), or null; oLast is
@@ -110,7 +66,7 @@ public:
         auto deadline = Clock::now() + std::chrono::milliseconds(static_cast<int>(iSeconds * 1000));
         while (Clock::now() < deadline) {
             std::shared_ptr<SetupAPIMessage> msg;
-            auto r = m_handler.ReadSetupAPIMessage(*m_recorder, msg, 1, false);
+            auto r = m_handler.ReadSetupAPIMessage(*m_device, msg, 1, false);
             if (oLast)
                 *oLast = r;
             if (r == SetupAPIMessageHandler::ERROR_CHECKSUM_FAILED)
@@ -128,7 +84,7 @@ public:
         auto deadline = Clock::now() + std::chrono::milliseconds(static_cast<int>(iSeconds * 1000));
         while (Clock::now() < deadline && all.size() < iEnough) {
             std::shared_ptr<SetupAPIMessage> msg;
-            m_handler.ReadSetupAPIMessage(*m_recorder, msg, 1, false);
+            m_handler.ReadSetupAPIMessage(*m_device, msg, 1, false);
             if (msg && msg->m_opcode == iOpcode)
                 all.push_back(msg);
         }
@@ -140,7 +96,7 @@ public:
         auto deadline = Clock::now() + std::chrono::milliseconds(static_cast<int>(iSeconds * 1000));
         while (Clock::now() < deadline) {
             std::shared_ptr<SetupAPIMessage> msg;
-            m_handler.ReadSetupAPIMessage(*m_recorder, msg, 1, false);
+            m_handler.ReadSetupAPIMessage(*m_device, msg, 1, false);
             if (msg && memcmp(msg->msghdr.shost, iMac, 6) == 0)
                 return false;
         }
@@ -151,7 +107,7 @@ public:
     // not compared. -1 when none came.
     int SetupStatus(int iSeconds) {
         std::shared_ptr<SETUPResponse> resp;
-        if (m_handler.ReadSetupResponseMessage(*m_recorder, resp, iSeconds) !=
+        if (m_handler.ReadSetupResponseMessage(*m_device, resp, iSeconds) !=
                 SetupAPIMessageHandler::READ_SUCCESS ||
             !resp)
             return -1;
@@ -161,7 +117,6 @@ public:
 private:
     unsigned char m_mac[6] = {};
     std::unique_ptr<CL2> m_device;
-    std::unique_ptr<RecordingDevice> m_recorder;
     SetupAPIMessageHandler m_handler;
 };
 
@@ -458,116 +413,6 @@ TEST_F(CellsimNetns, SetupWithThePasswordFromTheHelloKeyThenStatusToCompletion) 
     ASSERT_EQ(3u, polled.size());
     EXPECT_EQ("Complete", EntryValue(*polled[2], "CONFIGURATION_STEPS").at(1).at("state").get<std::string>());
     EXPECT_NE(std::string::npos, sim.Stdout().find("password ok"));
-}
-
-TEST_F(CellsimNetns, TwoHundredDisksArriveInSeveralFramesAndReadBackWhole) {
-    Cellsim sim(m_bed, Section("top", "02:ce:5e:00:00:01", "disk_count = 200\n") +
-                           Section("rev", "02:ce:5e:00:00:02",
-                                   "disk_count = 200\nreverse_fragments = true\n"));
-    ASSERT_TRUE(sim.WaitReady()) << sim.Stderr();
-    Client client;
-    ASSERT_TRUE(client.Ok());
-
-    std::vector<std::vector<int>> order;
-    for (const unsigned char* mac : {kTop, kBottom}) {
-        client.FrameIds().clear();
-        DISKConfigurationRequest request(5);
-        ASSERT_TRUE(client.Send(request, mac));
-        auto reply = client.Expect(PAYLOADHeader::DISK_CONFIG_RSP, 3);
-        ASSERT_TRUE(reply);
-        DISKConfigDataReader plain;
-        DISKConfigExtra1DataReader extended;
-        for (SETUPTlvIterator it(reply->m_tlv); it.getType() != 0; it.next()) {
-            if (it.getType() == 2) {
-                EXPECT_TRUE(plain.UnpackData(it.getValue(), it.getLen()));
-            }
-            if (it.getType() == 3) {
-                EXPECT_TRUE(extended.UnpackData(it.getValue(), it.getLen()));
-            }
-        }
-        ASSERT_EQ(200u, plain.GetNumberOfDisks());
-        ASSERT_EQ(200u, extended.GetNumberOfDisks());
-        for (size_t i = 0; i < 200; ++i) {
-            EXPECT_EQ(static_cast<int64_t>(i / 24), plain.GetDisks()[i].enclosureIndex);
-            EXPECT_EQ(static_cast<int64_t>(i % 24), plain.GetDisks()[i].enclosurePosition);
-        }
-        EXPECT_EQ("SIM-HDD-4T", extended.GetDisks()[199].product);
-        order.push_back(client.FrameIds());
-    }
-    ASSERT_GT(order[0].size(), 1u);
-    std::vector<int> ascending, descending;
-    for (size_t i = 0; i < order[0].size(); ++i) {
-        ascending.push_back(static_cast<int>(i + 1));
-        descending.push_back(static_cast<int>(order[0].size() - i));
-    }
-    EXPECT_EQ(ascending, order[0]) << "frames arrive in order";
-    EXPECT_EQ(descending, order[1]) << "reverse_fragments sends the last frame first";
-
-    // A version 4 request gets what one frame holds.
-    DISKConfigurationRequest v4(4);
-    ASSERT_TRUE(client.Send(v4, kTop));
-    auto small = client.Expect(PAYLOADHeader::DISK_CONFIG_RSP, 3);
-    ASSERT_TRUE(small);
-    EXPECT_EQ(4, small->m_version);
-
-    ASSERT_EQ(0, sim.Stop());
-    auto events = sim.Events();
-    auto tx = EventsOf(events, "tx", "DISK_CONFIG_RSP");
-    ASSERT_EQ(3u, tx.size());
-    EXPECT_EQ(order[0].size(), (*tx[0]).at("frames").size());
-    EXPECT_EQ(static_cast<long long>(order[0].size()), (*tx[1]).at("frames").at(0).at("id").get<long long>());
-    EXPECT_EQ(1u, (*tx[2]).at("frames").size());
-    EXPECT_LT((*tx[2]).at("disks").get<long long>(), 200);
-    EXPECT_EQ(200, (*tx[2]).at("disks_configured").get<long long>());
-}
-
-TEST_F(CellsimNetns, BlinkAnswersAndPrejoinIsRecordedWithoutAReply) {
-    Cellsim sim(m_bed, Section("top", "02:ce:5e:00:00:01",
-                               "blink = 0\nblink_status = 5\nblink_follows_command = true\n"
-                               "versions = 4\n"));
-    ASSERT_TRUE(sim.WaitReady()) << sim.Stderr();
-    Client client;
-    ASSERT_TRUE(client.Ok());
-
-    BLINKRequest blink(4);
-    const char on = 1;
-    blink.m_tlv.pushBackEntry(BLINKRequest::BLINK_REQUEST_STATUS, 1, &on);
-    ASSERT_TRUE(client.Send(blink, kTop));
-    auto reply = client.Expect(PAYLOADHeader::BLINK_RSP, 3);
-    ASSERT_TRUE(reply);
-    int status = -1, value = -1;
-    for (SETUPTlvIterator it(reply->m_tlv); it.getType() != 0; it.next()) {
-        ByteCursor c(it.getValue(), it.getLen());
-        if (it.getType() == 1)
-            status = static_cast<int>(c.readLE32());
-        if (it.getType() == 2)
-            value = c.readLE16();
-    }
-    EXPECT_EQ(5, status);
-    EXPECT_EQ(1, value);
-
-    PREJOINRequest prejoin(4);
-    ASSERT_TRUE(client.Send(prejoin, kTop));
-    EXPECT_TRUE(client.SilenceFrom(kTop, 1.0)) << "a prejoin has no reply";
-
-    // The blink state shows in the next Hello.
-    HELLORequest hello(4);
-    ASSERT_TRUE(client.Send(hello, nullptr));
-    auto h = client.Expect(PAYLOADHeader::HELLO_RSP, 3);
-    ASSERT_TRUE(h);
-    EXPECT_EQ(1, Hello(*h)->BlinkValue);
-
-    ASSERT_EQ(0, sim.Stop());
-    auto events = sim.Events();
-    auto pj = EventsOf(events, "rx", "PREJOIN_REQ");
-    ASSERT_EQ(1u, pj.size());
-    EXPECT_TRUE((*pj[0]).at("recorded").get<bool>());
-    EXPECT_EQ(4, (*pj[0]).at("version").get<long long>());
-    EXPECT_EQ("02:ce:5e:00:00:01", (*pj[0]).at("dst").get<std::string>());
-    EXPECT_EQ(2u, EventsOf(events, "tx").size()) << "the blink and the Hello replies only";
-    auto bl = EventsOf(events, "tx", "BLINK_RSP");
-    ASSERT_EQ(1u, bl.size());
-    EXPECT_EQ(1, (*bl[0]).at("blink_value").get<long long>());
 }
 
 TEST_F(CellsimNetns, EachFaultHasItsEffectOnTheWire) {

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -93,12 +94,7 @@ TEST(VesperController, StartValuesAndOperatorSetters) {
     CLSWVesperController c;
     EXPECT_EQ(c.getBlinkValue(), -1);
     EXPECT_EQ(c.getControllerModelNum(), 999u);
-    EXPECT_EQ(c.getDiscoveryErrorStatus(), 0u);
-    EXPECT_EQ(c.getControllerIndex(), -1);
-    EXPECT_FALSE(c.isInitialized());
     EXPECT_EQ(c.GetIdType(), CLSWVesperController::NONE);
-    EXPECT_EQ(c.GetAdapterInfo(), nullptr);
-    EXPECT_EQ(Bytes(c.GetMACAddr(), c.GetMACAddr() + 6), Bytes(6, 0));
 
     c.setControllerIndex(2);  // refused: only 0 and 1
     EXPECT_EQ(c.getControllerIndex(), -1);
@@ -197,72 +193,72 @@ TEST(VesperController, TransportTypeIsTakenFromFirstNonEmbeddedDomainAndKept) {
 
 TEST(VesperController, ValidateRulesInOrderWithTheirTexts) {
     EXPECT_EQ(Validated(Good(), 0), "");
-
-    auto c = Good();
-    c->setHWAddress("");
-    c->setControllerIndex(0);  // known only by index: never passes
-    EXPECT_EQ(Validated(c, 1018), "Controller ID Index/Hardware SN missing.");
-
-    c = Good();
-    c->setServiceTag("");
-    EXPECT_EQ(Validated(c, 1019), "Empty Service Tag.");
-
-    // The value stays zero, the text shows what the operator typed.
-    c = Good();
-    auto fresh = std::make_shared<CLSWVesperController>();
-    fresh->setHWAddress("HW1");
-    fresh->setServiceTag("TAG");
-    fresh->setMgmtIp4Address("10.0.0.500");
-    EXPECT_EQ(Validated(fresh, 1020),
-              "Invalid/Missing Ipv4[10.0.0.500] Management Address for controller HW1.");
-
-    c->setMgmtIp4Address("10.0.0.255");
-    EXPECT_EQ(Validated(c, 1021),
-              "Invalid IP[10.0.0.255] for Management Address for controller HW1.");
-
-    fresh->setMgmtIp4Address("10.0.0.5");
-    EXPECT_EQ(Validated(fresh, 1022), "Invalid/Missing Ipv4[] Controller Address for HW1.");
-
-    c = Good();
-    c->setEth0Ip4Address("127.0.0.9");
-    EXPECT_EQ(Validated(c, 1023), "Invalid IP[127.0.0.9] for Controller HW1.");
-
-    fresh->setEth0Ip4Address("10.0.0.10");
-    fresh->setEth0Ip4Netmask("x");
-    EXPECT_EQ(Validated(fresh, 1024), "Invalid/Missing Netmask IP[x] for controller HW1.");
-
-    c = Good();
-    c->setEth0Ip4Netmask("255.0.255.0");
-    EXPECT_EQ(Validated(c, 1025), "Invalid Netmask IP[255.0.255.0] for controller HW1");
-
-    fresh->setEth0Ip4Netmask("255.255.255.0");
-    fresh->setEth0Ip4Gateway("gw");
-    EXPECT_EQ(Validated(fresh, 1026), "Invalid/Missing Gateway IP[gw] for controller HW1.");
-
-    c = Good();
-    c->setEth0Ip4Gateway("10.0.0.10");  // same as the address, on the right subnet
-    EXPECT_EQ(Validated(c, 1027), "Invalid Gateway IP[10.0.0.10] for controller HW1.");
-    c->setEth0Ip4Gateway("10.0.1.1");
-    EXPECT_EQ(Validated(c, 1027), "Invalid Gateway IP[10.0.1.1] for controller HW1.");
-
+    using Make = std::function<Controller()>;
+    auto edit = [](std::function<void(CLSWVesperController&)> change) {
+        return [change] {
+            auto c = Good();
+            change(*c);
+            return c;
+        };
+    };
+    // A fresh controller has no value where Good() has one: the value stays zero, the text
+    // shows what the operator typed.
+    auto fresh = [](const char* mgmt, const char* eth0, const char* mask, const char* gw) {
+        return [=] {
+            auto f = std::make_shared<CLSWVesperController>();
+            f->setHWAddress("HW1");
+            f->setServiceTag("TAG");
+            for (auto set : {std::make_pair(&CLSWVesperController::setMgmtIp4Address, mgmt),
+                             std::make_pair(&CLSWVesperController::setEth0Ip4Address, eth0),
+                             std::make_pair(&CLSWVesperController::setEth0Ip4Netmask, mask),
+                             std::make_pair(&CLSWVesperController::setEth0Ip4Gateway, gw)})
+                if (set.second)
+                    ((*f).*set.first)(set.second);
+            return f;
+        };
+    };
     const std::string netText =
         "Invalid Network configuration for controller HW1. Check if the Management Address is "
         "the same as Controller IP Address or Gateway IP. Also Management address should be on "
         "the same subnet as the Controller.";
-    c = Good();
-    c->setMgmtIp4Address("10.0.0.10");
-    EXPECT_EQ(Validated(c, 1028), netText);
-    c = Good();
-    c->setMgmtIp4Address("10.0.1.5");
-    EXPECT_EQ(Validated(c, 1028), netText);
-
-    c = Good();
-    c->setSecondaryDns("8.8.8.8");
-    EXPECT_EQ(Validated(c, 1029),
-              "Primary[8.8.8.8] and Secondary[8.8.8.8] DNS cannot be the same.");
-    c->setPrimaryDns("");
-    c->setSecondaryDns("");  // two empty texts count as identical
-    EXPECT_EQ(Validated(c, 1029), "Primary[] and Secondary[] DNS cannot be the same.");
+    const struct {
+        Make make;
+        long code;
+        std::string text;
+    } rows[] = {
+        // Known only by index: never passes.
+        {edit([](auto& c) { c.setHWAddress(""), c.setControllerIndex(0); }), 1018,
+         "Controller ID Index/Hardware SN missing."},
+        {edit([](auto& c) { c.setServiceTag(""); }), 1019, "Empty Service Tag."},
+        {fresh("10.0.0.500", nullptr, nullptr, nullptr), 1020,
+         "Invalid/Missing Ipv4[10.0.0.500] Management Address for controller HW1."},
+        {edit([](auto& c) { c.setMgmtIp4Address("10.0.0.255"); }), 1021,
+         "Invalid IP[10.0.0.255] for Management Address for controller HW1."},
+        {fresh("10.0.0.5", nullptr, nullptr, nullptr), 1022,
+         "Invalid/Missing Ipv4[] Controller Address for HW1."},
+        {edit([](auto& c) { c.setEth0Ip4Address("127.0.0.9"); }), 1023,
+         "Invalid IP[127.0.0.9] for Controller HW1."},
+        {fresh("10.0.0.5", "10.0.0.10", "x", nullptr), 1024,
+         "Invalid/Missing Netmask IP[x] for controller HW1."},
+        {edit([](auto& c) { c.setEth0Ip4Netmask("255.0.255.0"); }), 1025,
+         "Invalid Netmask IP[255.0.255.0] for controller HW1"},
+        {fresh("10.0.0.5", "10.0.0.10", "255.255.255.0", "gw"), 1026,
+         "Invalid/Missing Gateway IP[gw] for controller HW1."},
+        // The same as the address, on the right subnet; then on another subnet.
+        {edit([](auto& c) { c.setEth0Ip4Gateway("10.0.0.10"); }), 1027,
+         "Invalid Gateway IP[10.0.0.10] for controller HW1."},
+        {edit([](auto& c) { c.setEth0Ip4Gateway("10.0.1.1"); }), 1027,
+         "Invalid Gateway IP[10.0.1.1] for controller HW1."},
+        {edit([](auto& c) { c.setMgmtIp4Address("10.0.0.10"); }), 1028, netText},
+        {edit([](auto& c) { c.setMgmtIp4Address("10.0.1.5"); }), 1028, netText},
+        {edit([](auto& c) { c.setSecondaryDns("8.8.8.8"); }), 1029,
+         "Primary[8.8.8.8] and Secondary[8.8.8.8] DNS cannot be the same."},
+        // Two empty texts count as identical.
+        {edit([](auto& c) { c.setPrimaryDns(""), c.setSecondaryDns(""); }), 1029,
+         "Primary[] and Secondary[] DNS cannot be the same."},
+    };
+    for (const auto& r : rows)
+        EXPECT_EQ(Validated(r.make(), r.code), r.text);
 }
 
 TEST(VesperController, ValidateWithoutGatewaySkipsGatewayRulesButNotNetworkRule) {
@@ -661,18 +657,9 @@ TEST(Records, PortFromReaderAndItsTwoCopies) {
         domainReader.UnpackData(reinterpret_cast<const char*>(domain.data()), domain.size()));
     auto port = std::make_shared<ClswPortConfigData>();
     *port = *domainReader.GetPort(0);
-    EXPECT_EQ(port->getSlotNumber(), 0xFFFFFFFFu);  // signed bytes
-    EXPECT_EQ(port->getTransportType(), 3u);
-    EXPECT_EQ(port->getPortLocation(), 4u);
-    EXPECT_EQ(port->getSlotPortNumber(), 5u);
-    EXPECT_TRUE(port->getConfigured());
-    EXPECT_FALSE(port->getEmbedded());
-    EXPECT_EQ(port->getNetwork(), 6u);
-    EXPECT_EQ(port->getStatus(), 0xFFFFFFFFu);
+    // Signed bytes widen; the rest of the fields are the reader's, proven with its bytes.
+    EXPECT_EQ(port->getSlotNumber(), 0xFFFFFFFFu);
     EXPECT_EQ(port->getControllerIndex(), 0xFFFFFFFEu);
-    EXPECT_EQ(port->getCardModel(), 9u);
-    EXPECT_EQ(port->getControllerId(), 0u);
-    EXPECT_EQ(port->getIpv4Address(), "10.1.0.11");
     EXPECT_EQ(Text(port->GetIpv4AddressValue()), "10.1.0.11");
     // 0.0.0.0 is kept as text, and the value stays all zero.
     EXPECT_EQ(port->getIpv4Gateway(), "0.0.0.0");
@@ -712,12 +699,7 @@ TEST(Records, FaultDomainFromReaderAndItsTwoCopies) {
     auto source = std::make_shared<ClswFaultDomainConfigData>();
     *source = reader;
     EXPECT_EQ(source->getFaultDomainID(), 0xFFFFFF85u);
-    EXPECT_EQ(source->getIpv4Address(), "10.1.0.1");
-    EXPECT_EQ(source->getIpv4NetMask(), "255.255.255.0");
-    EXPECT_EQ(source->getIpv4Gateway(), "10.1.0.254");
     EXPECT_EQ(Text(source->GetIpv4GatewayValue()), "10.1.0.254");
-    EXPECT_EQ(source->getTransportType(), 2u);
-    EXPECT_TRUE(source->getEmbedded());
     ASSERT_EQ(source->getNumberOfPorts(), 2u);
     // Assigned twice from one reader: every port twice.
     *source = reader;
@@ -776,28 +758,6 @@ TEST(Records, ControllerTakesDomainsFromItsPortReaderAndSharesSecondaryOnes) {
     auto secondary = primary.GetSecondaryCtrlFaultDomainConfigurationData();
     ASSERT_EQ(secondary.size(), 6u);
     EXPECT_EQ(secondary[4], domains[1]);
-}
-
-TEST(Factory, MakesTheOneImplementationOfEachInterface) {
-    auto array = ClswConfigFactory::getVesperArray("ID-7");
-    ASSERT_NE(std::dynamic_pointer_cast<CLSWVesperArray>(array), nullptr);
-    EXPECT_EQ(array->getArrayId(), "ID-7");
-    EXPECT_EQ(array->getArrayState(), ClswDefs::INCOMPLETE);
-    EXPECT_EQ(array->getIpConfigured(), ClswDefs::IP_NOT_CONFIGURED);
-    auto controller = ClswConfigFactory::getVesperController();
-    ASSERT_NE(std::dynamic_pointer_cast<CLSWVesperController>(controller), nullptr);
-    EXPECT_EQ(std::static_pointer_cast<CLSWVesperController>(controller)->GetMySharedPtr(),
-              controller);
-    EXPECT_EQ(ClswConfigFactory::getBlinkResponseObj()->getBlinkStatus(), 0u);
-    EXPECT_NE(std::dynamic_pointer_cast<ClswConfigurationStatusResponse>(
-                  ClswConfigFactory::getConfigurationStatusResponseObj()),
-              nullptr);
-    EXPECT_NE(
-        std::dynamic_pointer_cast<ClswPortConfigData>(ClswConfigFactory::getPortConfigDataObj()),
-        nullptr);
-    EXPECT_NE(std::dynamic_pointer_cast<ClswFaultDomainConfigData>(
-                  ClswConfigFactory::getFaultDomainConfigDataObj()),
-              nullptr);
 }
 
 TEST(ConfigManager, DiscoveryTimeoutTakesOnlyValuesInRange) {
