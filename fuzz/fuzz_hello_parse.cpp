@@ -11,16 +11,8 @@
 #include "LSWConfig4/LSWConfigModel.h"
 #include "LSWConfig4/LSWDiscovery4.h"
 #include "LSWConfig4/SetupTLV.h"
+#include "support/FuzzWalk.h"
 #include "support/QuietTracer.h"
-
-namespace {
-
-void Check(bool iCondition) {
-    if (!iCondition)
-        abort();
-}
-
-}  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
     QuietTracer();
@@ -35,19 +27,20 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
 
     SETUPTlvIterator it(tlv);
     std::shared_ptr<CLSWControllerDiscovery4> rec = ParseHello4Data(&it, 5);
-    Check(rec != nullptr);
+    FuzzCheck(rec != nullptr);
     // Text fields come from single entries, which lie inside the block.
-    Check(rec->SerialNumber.size() < size && rec->PublicKey.size() < size);
-    Check(rec->Eth0Ip6AddrPrefix <= 0xFF);
+    FuzzCheck(rec->SerialNumber.size() < size && rec->PublicKey.size() < size);
+    FuzzCheck(rec->Eth0Ip6AddrPrefix <= 0xFF);
+    WalkPortTree(rec->mReader);
 
     for (unsigned int mask = 0; mask < 4; ++mask)
         (void)rec->IsControllerRequired(mask);
     std::shared_ptr<CLSWVesperController> controller = rec->GetVesperInfo(nullptr);
-    Check(controller != nullptr);
-    Check(controller->getSerialNumber() == rec->SerialNumber);
+    FuzzCheck(controller != nullptr);
+    FuzzCheck(controller->getSerialNumber() == rec->SerialNumber);
     // Fault domains come only from a lone controller's port data.
     if (rec->mReader.GetNumberOfControllers() != 1)
-        Check(controller->getFaultDomainConfigurationData().empty());
+        FuzzCheck(controller->getFaultDomainConfigurationData().empty());
     for (auto& domain : controller->getFaultDomainConfigurationData())
         for (auto& port : domain->getPortConfigurationData())
             (void)port->getIpv4Address();

@@ -12,6 +12,7 @@
 
 #include "LSWConfig4/SetupTLV.h"
 #include "LSWConfig4/setupMessageHandler.h"
+#include "support/FuzzWalk.h"
 #include "support/ManualClock.h"
 #include "support/MemoryDevice.h"
 #include "support/QuietTracer.h"
@@ -19,22 +20,6 @@
 namespace {
 
 const unsigned char kAdapterMac[6] = {0xAA, 0xBB, 0xCC, 0xDD, 0xEE, 0xFF};
-
-void Check(bool iCondition) {
-    if (!iCondition)
-        abort();
-}
-
-// Every value the walker hands out must lie inside the block's allocation.
-void Walk(const SETUPTlv& iTlv) {
-    const char* start = iTlv.getTlvBuffer();
-    const char* end = start + iTlv.getTlvAllocatedSize();
-    size_t steps = 0;
-    for (SETUPTlvIterator it(iTlv); it.getType() != 0; it.next()) {
-        Check(it.getValue() >= start && it.getValue() + it.getLen() <= end);
-        Check(++steps <= iTlv.getTlvBufferSize());
-    }
-}
 
 }  // namespace
 
@@ -74,13 +59,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         if (setupResponse) {
             std::shared_ptr<SETUPResponse> resp;
             auto result = handler.ReadSetupResponseMessage(dev, resp, timeout);
-            Check((result == SetupAPIMessageHandler::READ_SUCCESS) == static_cast<bool>(resp));
+            FuzzCheck((result == SetupAPIMessageHandler::READ_SUCCESS) == static_cast<bool>(resp));
         } else {
             std::shared_ptr<SetupAPIMessage> msg;
             auto result = handler.ReadSetupAPIMessage(dev, msg, timeout, skipChecksum);
-            Check((result == SetupAPIMessageHandler::READ_SUCCESS) == static_cast<bool>(msg));
+            FuzzCheck((result == SetupAPIMessageHandler::READ_SUCCESS) == static_cast<bool>(msg));
             if (msg) {
-                Walk(msg->m_tlv);
+                WalkTlv(msg->m_tlv);
                 unsigned char sum[4];
                 msg->m_tlv.calculateChecksum(sum);
                 // A message received can be sent on again without reading past its buffer.
@@ -89,7 +74,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
                 handler.WriteSetupAPIMessage(echo, *msg);
             }
         }
-        Check(handler.GetPartialMessages().size() <= frames);
+        FuzzCheck(handler.GetPartialMessages().size() <= frames);
     }
     return 0;
 }

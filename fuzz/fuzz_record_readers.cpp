@@ -8,61 +8,15 @@
 #include <vector>
 
 #include "LSWConfig4/tlvUtils.h"
+#include "support/FuzzWalk.h"
 #include "support/QuietTracer.h"
 
 namespace {
 
-void Check(bool iCondition) {
-    if (!iCondition)
-        abort();
-}
-
-// The value in a heap block of its own size, so that any read past it is caught.
-struct Value {
-    Value(const uint8_t* iData, size_t iSize) : bytes(iData, iData + iSize) {}
-    const char* data() const { return bytes.empty() ? nullptr : bytes.data(); }
-    size_t size() const { return bytes.size(); }
-    std::vector<char> bytes;
-};
-
-void WalkPort(const PORTDataReader* iPort) {
-    if (!iPort)
-        return;
-    Check(iPort->GetIpV4().size() <= 15);
-    Check(iPort->GetIpV4Netmask().size() <= 15);
-    Check(iPort->GetIpV4Gateway().size() <= 15);
-    (void)iPort->GetSlotNumber();
-    (void)iPort->GetControllerIndex();
-    (void)iPort->GetCardModel();
-}
-
-void WalkFaultDomain(const FAULTDomainDataReader* iDomain) {
-    if (!iDomain)
-        return;
-    (void)iDomain->GetIpV4();
-    int present = 0;
-    for (int i = 0; i < 256; ++i) {
-        PORTDataReader* port = iDomain->GetPort(static_cast<unsigned char>(i));
-        if (port)
-            ++present;
-        WalkPort(port);
-    }
-    // The count never promises a port the reader does not hold.
-    if (iDomain->GetNumberOfPorts() > 0)
-        Check(present >= iDomain->GetNumberOfPorts());
-}
-
-void WalkController(const CONTROLLERPortDataReader* iController) {
-    if (!iController)
-        return;
-    for (int i = 0; i < 256; ++i)
-        WalkFaultDomain(iController->GetFaultDomain(static_cast<unsigned char>(i)));
-}
-
-void Steps(const Value& iValue) {
+void Steps(const FuzzValue& iValue) {
     CONFIGURATIONStepReader reader;
     reader.UnpackData(iValue.data(), iValue.size());
-    Check(reader.GetNumberOfSteps() == reader.GetSteps().size());
+    FuzzCheck(reader.GetNumberOfSteps() == reader.GetSteps().size());
     for (int i = -128; i < 128; ++i)
         (void)reader.GetStep(static_cast<signed char>(i));
     CONFIGURATIONStepWriter writer;
@@ -70,43 +24,43 @@ void Steps(const Value& iValue) {
         writer.AddStep(step.configurationStepId, step.configurationStepStatus);
     std::vector<char> packed = writer.Pack();
     CONFIGURATIONStepReader back;
-    Check(back.UnpackData(packed.data(), packed.size()));
-    Check(back.GetSteps().size() == reader.GetSteps().size());
+    FuzzCheck(back.UnpackData(packed.data(), packed.size()));
+    FuzzCheck(back.GetSteps().size() == reader.GetSteps().size());
     if (!packed.empty() && packed.size() > 4 && iValue.size() >= packed.size())
-        Check(memcmp(packed.data() + 4, iValue.data() + 4, packed.size() - 4) == 0);
+        FuzzCheck(memcmp(packed.data() + 4, iValue.data() + 4, packed.size() - 4) == 0);
 }
 
-void Disks(const Value& iValue) {
+void Disks(const FuzzValue& iValue) {
     DISKConfigDataReader reader;
     reader.UnpackData(iValue.data(), iValue.size());
-    Check(reader.GetNumberOfDisks() == reader.GetDisks().size());
+    FuzzCheck(reader.GetNumberOfDisks() == reader.GetDisks().size());
     for (int i = -128; i < 128; ++i)
         (void)reader.GetDisk(static_cast<signed char>(i));
     DISKConfigDataWriter writer;
     for (const auto& disk : reader.GetDisks())
         writer.AddDisk(disk);
     std::vector<char> packed = writer.Pack();
-    Check(packed.size() == 8 + 24 * reader.GetDisks().size());
+    FuzzCheck(packed.size() == 8 + 24 * reader.GetDisks().size());
     if (packed.size() > 8)
-        Check(memcmp(packed.data() + 8, iValue.data() + 8, packed.size() - 8) == 0);
+        FuzzCheck(memcmp(packed.data() + 8, iValue.data() + 8, packed.size() - 8) == 0);
 }
 
-void DisksExtra1(const Value& iValue) {
+void DisksExtra1(const FuzzValue& iValue) {
     DISKConfigExtra1DataReader reader;
     reader.UnpackData(iValue.data(), iValue.size());
-    Check(reader.GetNumberOfDisks() == reader.GetDisks().size());
+    FuzzCheck(reader.GetNumberOfDisks() == reader.GetDisks().size());
     for (int i = -128; i < 128; ++i)
         (void)reader.GetDisk(static_cast<signed char>(i));
     DISKConfigExtra1DataWriter writer;
     for (const auto& disk : reader.GetDisks())
         writer.AddDisk(disk);
     std::vector<char> packed = writer.Pack();
-    Check(packed.size() <= iValue.size() || reader.GetDisks().empty());
+    FuzzCheck(packed.size() <= iValue.size() || reader.GetDisks().empty());
     if (packed.size() > 8)
-        Check(memcmp(packed.data() + 8, iValue.data() + 8, packed.size() - 8) == 0);
+        FuzzCheck(memcmp(packed.data() + 8, iValue.data() + 8, packed.size() - 8) == 0);
 }
 
-void ControllerInfos(const Value& iValue) {
+void ControllerInfos(const FuzzValue& iValue) {
     ControllerInfoDataReader reader;
     reader.UnpackData(iValue.data(), iValue.size());
     ControllerInfoDataWriter writer;
@@ -121,10 +75,10 @@ void ControllerInfos(const Value& iValue) {
         writer.AddController(info->mControllerTlv);
     }
     if (reader.GetNumberOfControllers() <= 128)
-        Check(held == reader.GetNumberOfControllers());
+        FuzzCheck(held == reader.GetNumberOfControllers());
     std::vector<char> packed = writer.Pack();
     if (packed.size() > 4)
-        Check(memcmp(packed.data() + 4, iValue.data() + 4, packed.size() - 4) == 0);
+        FuzzCheck(memcmp(packed.data() + 4, iValue.data() + 4, packed.size() - 4) == 0);
 }
 
 }  // namespace
@@ -137,13 +91,12 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (size == 0)
         return 0;
-    Value value(data + 1, size - 1);
+    FuzzValue value(data + 1, size - 1);
     switch (data[0] % 8) {
         case 0: {
             SCPortConfigDataReader reader;
             reader.UnpackData(value.data(), value.size());
-            for (int i = 0; i < 256; ++i)
-                WalkController(reader.GetController(static_cast<unsigned char>(i)));
+            WalkPortTree(reader);
             break;
         }
         case 1: {

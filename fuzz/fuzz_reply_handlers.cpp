@@ -11,14 +11,10 @@
 #include "LSWConfig4/LSWDiscovery4.h"
 #include "LSWConfig4/SetupTLV.h"
 #include "LSWConfig4/setupMsgV4.h"
+#include "support/FuzzWalk.h"
 #include "support/QuietTracer.h"
 
 namespace {
-
-void Check(bool iCondition) {
-    if (!iCondition)
-        abort();
-}
 
 const unsigned char kMac[6] = {0x00, 0xC0, 0xDD, 0x01, 0x02, 0x0A};
 
@@ -53,30 +49,30 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     switch (which % 3) {
         case 0: {
             CPollMsg poll(nullptr, nullptr, kMac);
-            Check(poll.packet_handler(msg) == 0);
+            FuzzCheck(poll.packet_handler(msg) == 0);
             CONFIGURATIONStepReader& reader = poll.GetConfigurationStepReader();
-            Check(reader.GetNumberOfSteps() <= reader.GetSteps().size());
-            Check(poll.GetErrorMessageText().size() < length);
-            Check(poll.GetConfigurationStatusResponseCode() <= 0xFFFF);
+            FuzzCheck(reader.GetNumberOfSteps() <= reader.GetSteps().size());
+            FuzzCheck(poll.GetErrorMessageText().size() < length);
+            FuzzCheck(poll.GetConfigurationStatusResponseCode() <= 0xFFFF);
             break;
         }
         case 1: {
             CDiskInfo disks(nullptr, nullptr, kMac);
-            Check(disks.packet_handler(msg) == 0);
-            Check(disks.GetErrorState() <= 0xFFFF || disks.GetErrorState() == 4294967295u);
+            FuzzCheck(disks.packet_handler(msg) == 0);
+            FuzzCheck(disks.GetErrorState() <= 0xFFFF || disks.GetErrorState() == 4294967295u);
             DISKConfigDataReader& plain = disks.GetDiskConfigDataReader();
             DISKConfigExtra1DataReader& extra = disks.GetDiskConfigExtra1DataReader();
-            Check(plain.GetNumberOfDisks() <= plain.GetDisks().size());
-            Check(extra.GetNumberOfDisks() <= extra.GetDisks().size());
+            FuzzCheck(plain.GetNumberOfDisks() <= plain.GetDisks().size());
+            FuzzCheck(extra.GetNumberOfDisks() <= extra.GetDisks().size());
             for (const auto& d : extra.GetDisks())
-                Check(d.diskclass.size() + d.product.size() + d.revision.size() < length);
+                FuzzCheck(d.diskclass.size() + d.product.size() + d.revision.size() < length);
             break;
         }
         default: {
             CBlink4 blink(nullptr, nullptr, kMac);
             int result = blink.packet_handler(msg);
-            Check(result == (foreign ? 1 : 0));
-            Check(blink.getBlinkValue() >= 0 && blink.getBlinkValue() <= 0xFFFF);
+            FuzzCheck(result == (foreign ? 1 : 0));
+            FuzzCheck(blink.getBlinkValue() >= 0 && blink.getBlinkValue() <= 0xFFFF);
             break;
         }
     }

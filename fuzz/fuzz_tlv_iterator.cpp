@@ -10,31 +10,8 @@
 #include "LSWConfig4/ByteCursor.h"
 #include "LSWConfig4/SetupTLV.h"
 #include "LSWConfig4/setupMessage.h"
+#include "support/FuzzWalk.h"
 #include "support/QuietTracer.h"
-
-namespace {
-
-void Check(bool iCondition) {
-    if (!iCondition)
-        abort();
-}
-
-void Walk(const SETUPTlv& iTlv) {
-    const char* start = iTlv.getTlvBuffer();
-    const char* end = start + iTlv.getTlvAllocatedSize();
-    size_t steps = 0;
-    for (SETUPTlvIterator it(iTlv); it.getType() != 0; it.next()) {
-        Check(it.getValue() >= start && it.getValue() + it.getLen() <= end);
-        Check(++steps <= iTlv.getTlvBufferSize());
-        volatile char sink = 0;
-        for (uint16_t i = 0; i < it.getLen(); ++i)
-            sink = static_cast<char>(sink ^ it.getValue()[i]);
-    }
-    unsigned char sum[4];
-    iTlv.calculateChecksum(sum);
-}
-
-}  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
     QuietTracer();
@@ -66,13 +43,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     SETUPTlv tlv(blockSize);
     tlv.appendTlvDataFromMessage(body, first);
     tlv.appendTlvDataFromMessage(body + split, second);
-    Walk(tlv);
+    WalkTlv(tlv);
 
     SETUPTlv copy(tlv);
-    Walk(copy);
+    WalkTlv(copy);
     SETUPTlv assigned(16);
     assigned = tlv;
-    Walk(assigned);
+    WalkTlv(assigned);
 
     // Push entries named by the input; values come from a buffer as long as any length.
     static const char kValues[65535] = {};
@@ -83,7 +60,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         tlv.pushBackEntry(type, len, kValues);
         copy.pushBackEntry(type, len, kValues);
     }
-    Walk(tlv);
-    Walk(copy);
+    WalkTlv(tlv);
+    WalkTlv(copy);
     return 0;
 }

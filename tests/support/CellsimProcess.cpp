@@ -17,6 +17,13 @@ namespace {
 using Clock = std::chrono::steady_clock;
 }  // namespace
 
+std::string CellsimSection(const std::string& iName, const std::string& iMac,
+                           const std::string& iSerial, const std::string& iTag,
+                           const std::string& iMore) {
+    return "[controller " + iName + "]\nmac = " + iMac + "\nserial = " + iSerial +
+           "\nservice_tag = " + iTag + "\n" + iMore + "\n";
+}
+
 std::string FileText(const std::string& iPath) {
     std::ifstream in(iPath);
     std::stringstream s;

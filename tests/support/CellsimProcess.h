@@ -43,6 +43,12 @@ private:
     std::string m_dir, m_log, m_out, m_err, m_ini;
 };
 
+// One [controller NAME] section of cellsim's INI text: its MAC, serial and service tag, then
+// the further lines iMore holds.
+std::string CellsimSection(const std::string& iName, const std::string& iMac,
+                           const std::string& iSerial, const std::string& iTag,
+                           const std::string& iMore = "");
+
 // The whole of a file, empty when it cannot be read.
 std::string FileText(const std::string& iPath);
 

@@ -97,8 +97,7 @@ SetupAPIMessageHandler::ReadResult Receive(const std::vector<Bytes>& iFrames,
 
 std::string Controller(const std::string& iName, const std::string& iMac,
                        const std::string& iMore = "") {
-    return "[controller " + iName + "]\nmac = " + iMac + "\nserial = S-" + iName +
-           "\nservice_tag = TAG\n" + iMore;
+    return CellsimSection(iName, iMac, "S-" + iName, "TAG", iMore);
 }
 
 }  // namespace

@@ -121,8 +121,7 @@ private:
 };
 
 std::string Section(const std::string& iName, const std::string& iMac, const std::string& iMore) {
-    return "[controller " + iName + "]\nmac = " + iMac + "\nserial = SN-" + iName +
-           "\nservice_tag = NETTAG\n" + iMore + "\n";
+    return CellsimSection(iName, iMac, "SN-" + iName, "NETTAG", iMore);
 }
 
 const unsigned char kTop[6] = {0x02, 0xce, 0x5e, 0x00, 0x00, 0x01};

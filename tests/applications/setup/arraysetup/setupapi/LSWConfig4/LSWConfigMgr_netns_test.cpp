@@ -109,19 +109,13 @@ void Fill(IlswVesperController& ioController, const std::string& iEth0) {
     ioController.setEmailAddress("ops@road.test");
 }
 
-std::string Section(const std::string& iName, const std::string& iMac, const std::string& iSerial,
-                    const std::string& iTag, const std::string& iMore) {
-    return "[controller " + iName + "]\nmac = " + iMac + "\nserial = " + iSerial +
-           "\nservice_tag = " + iTag + "\n" + iMore + "\n";
-}
-
 // Two controllers that form one array and one that is half configured.
 std::string PairOf(const std::string& iTag, const std::string& iMacPrefix,
                    const std::string& iSerialPrefix, const std::string& iTopMore,
                    const std::string& iBottomMore) {
-    return Section(iTag + "-top", iMacPrefix + ":01", iSerialPrefix + "-1", iTag,
+    return CellsimSection(iTag + "-top", iMacPrefix + ":01", iSerialPrefix + "-1", iTag,
                    "primary = true\ncanister = 1\n" + iTopMore) +
-           Section(iTag + "-bottom", iMacPrefix + ":02", iSerialPrefix + "-2", iTag,
+           CellsimSection(iTag + "-bottom", iMacPrefix + ":02", iSerialPrefix + "-2", iTag,
                    "primary = false\ncanister = 2\n" + iBottomMore);
 }
 
@@ -165,14 +159,14 @@ TEST_F(RoadNetns, OneAdapterFromDiscoveryToAConfiguredArray) {
                "steps = SubmitLicense:Complete SetUserPassword:InProgress\n"
                "steps = SubmitLicense:Complete SetUserPassword:Complete\n",
                "versions = 4,5\n") +
-        Section(disks, "02:ce:7d:00:02:01", "RD-1", disks,
+        CellsimSection(disks, "02:ce:7d:00:02:01", "RD-1", disks,
                 "primary = true\ncanister = 1\ndisk_count = 200\nblink_status = 0\n"
                 "blink_follows_command = true\n"
                 "steps = SubmitLicense:InProgress ConfigureDisks:ConfiguredNotRun\n"
                 "steps = SubmitLicense:Complete ConfigureDisks:Failed\n"
                 "step_error = Disk shelf 2 did not answer\n") +
-        Section(nosteps, "02:ce:7d:00:03:01", "RN-1", nosteps, "primary = true\ncanister = 1\n") +
-        Section(mute, "02:ce:7d:00:04:01", "RM-1", mute,
+        CellsimSection(nosteps, "02:ce:7d:00:03:01", "RN-1", nosteps, "primary = true\ncanister = 1\n") +
+        CellsimSection(mute, "02:ce:7d:00:04:01", "RM-1", mute,
                 "primary = true\ncanister = 1\nanswer_first = 6\n") +
         HalfInitialized());
     ASSERT_TRUE(sim->WaitReady()) << sim->Stderr();

@@ -10,42 +10,27 @@
 #include <memory>
 #include <random>
 #include <set>
-#include <sstream>
 #include <string>
 #include <vector>
 
+#include "ExchangeFrames.h"
 #include "support/ManualClock.h"
 #include "support/MemoryDevice.h"
 #include "zelutil/ZelStringUtil.h"
 
 namespace {
 
-using Bytes = std::vector<unsigned char>;
+using xchg::Bytes;
+using xchg::Cat;
+using xchg::Hex;
 using Handler = SetupAPIMessageHandler;
 
 const u_char kAdapterMac[6] = {0xAA, 0xBB, 0xCC, 0xDD, 0xEE, 0xFF};
 const u_char kCtrlMac[6] = {0xC0, 0x11, 0x22, 0x33, 0x44, 0x55};  // above the adapter's
 const u_char kMulticast[6] = {0x01, 0x09, 0x8A, 0x00, 0x00, 0x01};
 
-// "01 09 8a ..." to bytes.
-Bytes Hex(const std::string& text) {
-    Bytes out;
-    std::istringstream in(text);
-    std::string byte;
-    while (in >> byte)
-        out.push_back(static_cast<unsigned char>(std::stoul(byte, nullptr, 16)));
-    return out;
-}
-
 Bytes Zeros(size_t n) {
     return Bytes(n, 0);
-}
-
-Bytes Cat(std::initializer_list<Bytes> parts) {
-    Bytes out;
-    for (const Bytes& p : parts)
-        out.insert(out.end(), p.begin(), p.end());
-    return out;
 }
 
 Bytes Sha4(const Bytes& data) {
@@ -565,40 +550,6 @@ TEST_F(MessageRead, SetupResponseSkipsTheChecksumAndOtherMessages) {
 }
 
 // --- Several messages from several senders at once ------------------------------------
-
-TEST(MapKeyOrder, TheComparisonAsItStands) {
-    MESSAGEHeader h;
-    const u_char low[6] = {0x10, 0, 0, 0, 0, 0};
-    const u_char mid[6] = {0x20, 0, 0, 0, 0, 0};
-    const u_char high[6] = {0x30, 0, 0, 0, 0, 0};
-    const u_char sumA[4] = {1, 1, 1, 1}, sumB[4] = {2, 2, 2, 2};
-    auto key = [&](const u_char* d, const u_char* s, u_short op, const u_char* sum) {
-        h.Reset(0, d, s);
-        return MapKey(h, op, sum);
-    };
-    // Destination below the sources: both keys can be less than the other.
-    MapKey a = key(low, high, 1, sumA), b = key(low, mid, 2, sumA);
-    EXPECT_TRUE(a < b);
-    EXPECT_TRUE(b < a);
-    // Destination above the source: opcode and checksum make no difference.
-    MapKey c = key(high, low, 1, sumA), d = key(high, low, 9, sumB);
-    EXPECT_FALSE(c < d);
-    EXPECT_FALSE(d < c);
-    // Otherwise opcode, then checksum, decide.
-    MapKey e = key(low, high, 1, sumA), f = key(low, high, 1, sumB);
-    EXPECT_TRUE(e < f);
-    EXPECT_FALSE(f < e);
-    EXPECT_FALSE(e < e);
-
-    PartialMessageMap map;
-    auto part = std::make_shared<SetupAPIMessagePart>(h, 0, sumA, 2);
-    EXPECT_TRUE(map.insert(c, part).second);
-    EXPECT_FALSE(map.insert(d, part).second);
-    EXPECT_TRUE(map.insert(e, part).second);
-    EXPECT_TRUE(map.insert(f, part).second);
-    EXPECT_EQ(map.size(), 3u);
-    EXPECT_EQ(map.find(d), map.begin());
-}
 
 TEST_F(MessageRead, InterleavedMessagesFromSeveralSendersAllComplete) {
     // Senders above the adapter's address, and messages to the multicast address, keep
