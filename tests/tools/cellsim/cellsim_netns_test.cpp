@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 
-#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -91,18 +90,6 @@ public:
         return all;
     }
 
-    // True when nothing at all comes from iMac within iSeconds.
-    bool SilenceFrom(const unsigned char* iMac, double iSeconds) {
-        auto deadline = Clock::now() + std::chrono::milliseconds(static_cast<int>(iSeconds * 1000));
-        while (Clock::now() < deadline) {
-            std::shared_ptr<SetupAPIMessage> msg;
-            m_handler.ReadSetupAPIMessage(*m_device, msg, 1, false);
-            if (msg && memcmp(msg->msghdr.shost, iMac, 6) == 0)
-                return false;
-        }
-        return true;
-    }
-
     // A setup response, read as the wizard reads it: the checksum of its one-byte body is
     // not compared. -1 when none came.
     int SetupStatus(int iSeconds) {
@@ -140,10 +127,6 @@ protected:
 std::shared_ptr<CLSWControllerDiscovery4> Hello(const SetupAPIMessage& iReply) {
     SETUPTlvIterator it(iReply.m_tlv);
     return ParseHello4Data(&it, iReply.m_version);
-}
-
-std::string SerialOf(const std::shared_ptr<SetupAPIMessage>& iHello) {
-    return Hello(*iHello)->HWSerialNumber;
 }
 
 }  // namespace
@@ -257,54 +240,6 @@ TEST_F(CellsimNetns, HelloInBothVersionsCarriesEveryField) {
     for (const auto& e : events)
         EXPECT_FALSE(e.contains("unparsed")) << e.at("unparsed").get<std::string>();
     EXPECT_NE(std::string::npos, sim.Stdout().find("HELLO_REQ v5 from " + MacText(client.Mac())));
-}
-
-TEST_F(CellsimNetns, TheExamplesStartAndAnswer) {
-    struct Example {
-        const char* file;
-        std::vector<std::string> v4, v5;  // serials heard for each Hello version
-    };
-    const Example examples[] = {
-        {"single.ini", {"1000001"}, {"1000001"}},
-        {"pair.ini", {"2000001", "2000002"}, {"2000001", "2000002"}},
-        {"pair-v4-peer.ini", {"3000001", "3000002"}, {"3000001"}},
-    };
-    Client client;
-    ASSERT_TRUE(client.Ok());
-    for (const Example& ex : examples) {
-        SCOPED_TRACE(ex.file);
-        Cellsim sim(m_bed, std::string(CELLSIM_EXAMPLES) + "/" + ex.file, /*from file*/ true);
-        ASSERT_TRUE(sim.WaitReady()) << sim.Stderr();
-        HELLORequest hello4(MESSAGE_VERSION_4), hello5(MESSAGE_VERSION_5);
-        ASSERT_TRUE(client.Send(hello4, nullptr));
-        ASSERT_TRUE(client.Send(hello5, nullptr));
-        std::vector<std::string> heard4, heard5;
-        size_t primaries = 0;
-        for (const auto& m :
-             client.Collect(PAYLOADHeader::HELLO_RSP, 4, ex.v4.size() + ex.v5.size())) {
-            (m->m_version == 4 ? heard4 : heard5).push_back(SerialOf(m));
-            primaries += Hello(*m)->IsControllerPrimary ? 1 : 0;
-        }
-        std::sort(heard4.begin(), heard4.end());
-        std::sort(heard5.begin(), heard5.end());
-        EXPECT_EQ(ex.v4, heard4);
-        EXPECT_EQ(ex.v5, heard5);
-        EXPECT_EQ(2u, primaries) << "one primary per array, heard once per version";
-
-        EXPECT_EQ(0, sim.Stop(SIGINT));
-        auto events = sim.Events();
-        ASSERT_FALSE(events.empty());
-        EXPECT_EQ("SIGINT", events.back().at("reason").get<std::string>());
-        // Whoever did not answer heard the request and let it pass: the log says so.
-        size_t ignored = 0;
-        for (const Json* rx : EventsOf(events, "rx", "HELLO_REQ"))
-            if (!(*rx).at("answered").get<bool>()) {
-                ++ignored;
-                EXPECT_EQ("version 5 not spoken", (*rx).at("reason").get<std::string>());
-            }
-        EXPECT_EQ(ex.v4.size() - ex.v5.size(), ignored);
-        EXPECT_EQ(ex.v4.size() + ex.v5.size(), EventsOf(events, "tx", "HELLO_RSP").size());
-    }
 }
 
 TEST_F(CellsimNetns, SetupWithThePasswordFromTheHelloKeyThenStatusToCompletion) {

@@ -33,35 +33,6 @@ public:
     using ZelTrace::m_rotateEnabled;
 };
 
-// Sends standard error to a file until Stop() hands back what was written.
-class StderrCapture {
-public:
-    explicit StderrCapture(const std::string& iPath) : m_path(iPath) {
-        fflush(stderr);
-        m_saved = dup(STDERR_FILENO);
-        int fd = open(iPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-        dup2(fd, STDERR_FILENO);
-        close(fd);
-    }
-    ~StderrCapture() { Stop(); }
-    std::string Stop() {
-        if (m_saved >= 0) {
-            fflush(stderr);
-            dup2(m_saved, STDERR_FILENO);
-            close(m_saved);
-            m_saved = -1;
-        }
-        std::ifstream in(m_path, std::ios::binary);
-        std::stringstream ss;
-        ss << in.rdbuf();
-        return ss.str();
-    }
-
-private:
-    std::string m_path;
-    int m_saved = -1;
-};
-
 int RemoveEntry(const char* path, const struct stat*, int, struct FTW*) {
     return remove(path);
 }
@@ -352,37 +323,6 @@ TEST_F(ZelTraceTest, UnprivilegedRunThatCannotOpenItsFileTracesErrorsToStandardE
     EXPECT_EQ(err.find("INFO|"), std::string::npos) << err;
     EXPECT_FALSE(Exists(m_logFile));
     EXPECT_FALSE(Exists(m_dir + "/RSTraceLog.log"));
-}
-
-// Root opens anything, so the file is made unopenable by a directory in its place.
-TEST_F(ZelTraceTest, UnopenableFileFallsBackAndReturnsAtNextCheck) {
-    MakeLogDir();
-    WriteConfig("[HIT Params]\nDebugLevel=2\n");
-    ASSERT_EQ(mkdir(m_logFile.c_str(), 0755), 0);
-    StderrCapture capture(m_dir + "/stderr.txt");
-    TestTrace t(m_config);
-    EXPECT_EQ(t.TraceType(), ZelTrace::TraceDbgPrint);
-    EXPECT_FALSE(t.SetupSucceeded());
-    EXPECT_EQ(t.GetLevel(), 2u);  // only a refused open lowers the level
-    t.OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, "f", 1, "Fn", "to stderr");
-
-    ASSERT_EQ(rmdir(m_logFile.c_str()), 0);
-    ManualClock::Advance(30);  // not yet: the check runs only after more than 30 seconds
-    t.OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, "f", 1, "Fn", "still stderr");
-    EXPECT_FALSE(Exists(m_logFile));
-    ManualClock::Advance(1);
-    t.OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, "f", 1, "Fn", "back in file");
-    std::string err = capture.Stop();
-
-    EXPECT_EQ(t.TraceType(), ZelTrace::TraceFile);
-    EXPECT_TRUE(t.SetupSucceeded());
-    EXPECT_NE(err.find("Failed to set up trace file, trying debug print"), std::string::npos);
-    EXPECT_NE(err.find("|INFO|Fn|1|to stderr\n"), std::string::npos) << err;
-    EXPECT_NE(err.find("|INFO|Fn|1|still stderr\n"), std::string::npos) << err;
-    EXPECT_EQ(err.find("back in file"), std::string::npos) << err;
-    std::string file = ReadFile(m_logFile);
-    EXPECT_NE(file.find("|INFO|Fn|1|back in file\n"), std::string::npos);
-    EXPECT_EQ(file.find("stderr"), std::string::npos);
 }
 
 TEST_F(ZelTraceTest, ChangedConfigurationIsReadAtNextCheckBeforeTheLevelTest) {
