@@ -325,6 +325,22 @@ TEST_F(ZelTraceTest, UnprivilegedRunThatCannotOpenItsFileTracesErrorsToStandardE
     EXPECT_FALSE(Exists(m_dir + "/RSTraceLog.log"));
 }
 
+// A file that cannot be opened (a directory in its place: root opens anything else) sends
+// the lines to standard error without lowering the level, and the next check returns to it.
+TEST_F(ZelTraceTest, UnopenableFileFallsBackAndReturnsAtNextCheck) {
+    MakeLogDir();
+    WriteConfig("[HIT Params]\nDebugLevel=2\n");
+    ASSERT_EQ(mkdir(m_logFile.c_str(), 0755), 0);
+    TestTrace t(m_config);
+    EXPECT_EQ(t.TraceType(), ZelTrace::TraceDbgPrint);
+    EXPECT_EQ(t.GetLevel(), 2u);
+    ASSERT_EQ(rmdir(m_logFile.c_str()), 0);
+    ManualClock::Advance(31);
+    t.OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, "f", 1, "Fn", "back in file");
+    EXPECT_EQ(t.TraceType(), ZelTrace::TraceFile);
+    EXPECT_NE(ReadFile(m_logFile).find("|back in file\n"), std::string::npos);
+}
+
 TEST_F(ZelTraceTest, ChangedConfigurationIsReadAtNextCheckBeforeTheLevelTest) {
     MakeLogDir();
     WriteConfig("[HIT Params]\nDebugLevel=2\n");
