@@ -78,8 +78,8 @@ CellsimProcess::~CellsimProcess() {
         kill(m_pid, SIGKILL);
         waitpid(m_pid, nullptr, 0);
     }
-    for (const std::string& f : {m_log, m_out, m_err, m_ini, m_dir + "/RSTraceLog.log",
-                                 m_dir + "/RSTraceLog.log.1"})
+    for (const std::string& f :
+         {m_log, m_out, m_err, m_ini, m_dir + "/RSTraceLog.log", m_dir + "/RSTraceLog.log.1"})
         if (!f.empty())
             unlink(f.c_str());
     if (!m_dir.empty())

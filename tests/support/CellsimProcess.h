@@ -7,10 +7,9 @@
 #include <signal.h>
 #include <sys/types.h>
 
+#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
-
-#include <nlohmann/json.hpp>
 
 using Json = nlohmann::json;
 

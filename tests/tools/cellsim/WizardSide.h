@@ -13,7 +13,6 @@
 #include <string>
 #include <vector>
 
-
 // The password block as the wizard makes it: 245 bytes, the key text's first five bytes,
 // the password cut to 239 bytes, zeros. iSpoil spoils it on purpose for the tests.
 enum class BlockFault { None, WrongPrefix, DirtyPadding, ShortBlock };

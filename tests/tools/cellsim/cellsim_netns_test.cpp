@@ -178,11 +178,11 @@ TEST_F(CellsimNetns, HelloInBothVersionsCarriesEveryField) {
         EXPECT_EQ(300u, h->VlanID);
         EXPECT_TRUE(h->DCBOn);
         const std::vector<std::pair<const CZelIpAddress*, const char*>> addresses = {
-            {&h->MgmtIp4Address, "10.9.0.5"},    {&h->Eth0Ip4Address, "10.9.0.6"},
-            {&h->Eth0Ip4Netmask, "255.255.0.0"}, {&h->Eth0Ip4Gateway, "10.9.0.1"},
-            {&h->MgmtIp6Address, "fd00::5"},     {&h->Eth0Ip6Address, "fd00::6"},
-            {&h->PrimaryDNS, "10.9.0.53"},       {&h->SecondaryDNS, "10.9.0.54"},
-            {&h->BMCIPv4Address, "10.9.1.6"},    {&h->BMCIPv4DefaultRoute, "10.9.1.1"},
+            {&h->MgmtIp4Address, "10.9.0.5"},       {&h->Eth0Ip4Address, "10.9.0.6"},
+            {&h->Eth0Ip4Netmask, "255.255.0.0"},    {&h->Eth0Ip4Gateway, "10.9.0.1"},
+            {&h->MgmtIp6Address, "fd00::5"},        {&h->Eth0Ip6Address, "fd00::6"},
+            {&h->PrimaryDNS, "10.9.0.53"},          {&h->SecondaryDNS, "10.9.0.54"},
+            {&h->BMCIPv4Address, "10.9.1.6"},       {&h->BMCIPv4DefaultRoute, "10.9.1.1"},
             {&h->BMCIPv4Netmask, "255.255.255.128"}};
         for (const auto& a : addresses)
             EXPECT_EQ(a.second, GetIpAddressStr(*a.first));
@@ -339,13 +339,21 @@ TEST_F(CellsimNetns, SetupWithThePasswordFromTheHelloKeyThenStatusToCompletion) 
     EXPECT_EQ(0, (*rx[0]).at("setup_status").get<long long>());
     EXPECT_EQ("10.2.0.7", EntryValue(*rx[0], "BOTTOM_CTRL_ETH0_IPV4_ADDRESS").get<std::string>());
     const Json& tree2 = EntryValue(*rx[0], "PORT_CONFIG_DATA");
-    EXPECT_EQ("10.40.1.13", tree2.at("controllers").at(0).at("fault_domains").at(0).at("ports").at(0).at("ip").get<std::string>());
+    EXPECT_EQ("10.40.1.13", tree2.at("controllers")
+                                .at(0)
+                                .at("fault_domains")
+                                .at(0)
+                                .at("ports")
+                                .at(0)
+                                .at("ip")
+                                .get<std::string>());
     auto tx = EventsOf(events, "tx", "SETUP_RSP");
     ASSERT_EQ(1u, tx.size());
     EXPECT_EQ(0, (*tx[0]).at("status").get<long long>());
     auto polled = EventsOf(events, "tx", "CONFIG_STATUS_RSP");
     ASSERT_EQ(3u, polled.size());
-    EXPECT_EQ("Complete", EntryValue(*polled[2], "CONFIGURATION_STEPS").at(1).at("state").get<std::string>());
+    EXPECT_EQ("Complete",
+              EntryValue(*polled[2], "CONFIGURATION_STEPS").at(1).at("state").get<std::string>());
     EXPECT_NE(std::string::npos, sim.Stdout().find("password ok"));
 }
 

@@ -42,7 +42,8 @@ typedef struct ZEL_IP_ADDRESS_s {
 #pragma pack(pop)
 
 static_assert(sizeof(ZEL_IP_ADDRESS_t) == ZEL_IP_ADDRESS_SIZE, "address value is 20 bytes");
-static_assert(offsetof(ZEL_IP_ADDRESS_t, sa_family) == 0 && offsetof(ZEL_IP_ADDRESS_t, reserved) == 1 &&
+static_assert(offsetof(ZEL_IP_ADDRESS_t, sa_family) == 0 &&
+                  offsetof(ZEL_IP_ADDRESS_t, reserved) == 1 &&
                   offsetof(ZEL_IP_ADDRESS_t, port) == 2 && offsetof(ZEL_IP_ADDRESS_t, v4) == 4 &&
                   offsetof(ZEL_IP_ADDRESS_t, v6) == 4,
               "family, reserved byte, port, then the address");

@@ -114,9 +114,9 @@ std::string PairOf(const std::string& iTag, const std::string& iMacPrefix,
                    const std::string& iSerialPrefix, const std::string& iTopMore,
                    const std::string& iBottomMore) {
     return CellsimSection(iTag + "-top", iMacPrefix + ":01", iSerialPrefix + "-1", iTag,
-                   "primary = true\ncanister = 1\n" + iTopMore) +
+                          "primary = true\ncanister = 1\n" + iTopMore) +
            CellsimSection(iTag + "-bottom", iMacPrefix + ":02", iSerialPrefix + "-2", iTag,
-                   "primary = false\ncanister = 2\n" + iBottomMore);
+                          "primary = false\ncanister = 2\n" + iBottomMore);
 }
 
 const char kHalf[] = "ROADHALF";
@@ -152,23 +152,24 @@ TEST_F(RoadNetns, OneAdapterFromDiscoveryToAConfiguredArray) {
                       mute = "ROADMUTE";
     // The silent controller answers the Hellos of three discoveries (two requests each: this
     // test's own and the inline ones of two initialize calls), then not its setup request.
-    auto sim = Start(
-        PairOf(pair, "02:ce:7d:00:01", "RP",
-               "versions = 4\n"
-               "steps = SubmitLicense:InProgress SetUserPassword:ConfiguredNotRun\n"
-               "steps = SubmitLicense:Complete SetUserPassword:InProgress\n"
-               "steps = SubmitLicense:Complete SetUserPassword:Complete\n",
-               "versions = 4,5\n") +
-        CellsimSection(disks, "02:ce:7d:00:02:01", "RD-1", disks,
-                "primary = true\ncanister = 1\ndisk_count = 200\nblink_status = 0\n"
-                "blink_follows_command = true\n"
-                "steps = SubmitLicense:InProgress ConfigureDisks:ConfiguredNotRun\n"
-                "steps = SubmitLicense:Complete ConfigureDisks:Failed\n"
-                "step_error = Disk shelf 2 did not answer\n") +
-        CellsimSection(nosteps, "02:ce:7d:00:03:01", "RN-1", nosteps, "primary = true\ncanister = 1\n") +
-        CellsimSection(mute, "02:ce:7d:00:04:01", "RM-1", mute,
-                "primary = true\ncanister = 1\nanswer_first = 6\n") +
-        HalfInitialized());
+    auto sim =
+        Start(PairOf(pair, "02:ce:7d:00:01", "RP",
+                     "versions = 4\n"
+                     "steps = SubmitLicense:InProgress SetUserPassword:ConfiguredNotRun\n"
+                     "steps = SubmitLicense:Complete SetUserPassword:InProgress\n"
+                     "steps = SubmitLicense:Complete SetUserPassword:Complete\n",
+                     "versions = 4,5\n") +
+              CellsimSection(disks, "02:ce:7d:00:02:01", "RD-1", disks,
+                             "primary = true\ncanister = 1\ndisk_count = 200\nblink_status = 0\n"
+                             "blink_follows_command = true\n"
+                             "steps = SubmitLicense:InProgress ConfigureDisks:ConfiguredNotRun\n"
+                             "steps = SubmitLicense:Complete ConfigureDisks:Failed\n"
+                             "step_error = Disk shelf 2 did not answer\n") +
+              CellsimSection(nosteps, "02:ce:7d:00:03:01", "RN-1", nosteps,
+                             "primary = true\ncanister = 1\n") +
+              CellsimSection(mute, "02:ce:7d:00:04:01", "RM-1", mute,
+                             "primary = true\ncanister = 1\nanswer_first = 6\n") +
+              HalfInitialized());
     ASSERT_TRUE(sim->WaitReady()) << sim->Stderr();
     const std::string wiz0 = IfMac("wiz0");
     ASSERT_FALSE(wiz0.empty());
@@ -321,10 +322,13 @@ TEST_F(RoadNetns, OneAdapterFromDiscoveryToAConfiguredArray) {
     EXPECT_EQ("10.20.0.5", EntryValue(setup, "IPV4_MANAGEMENT_IP_ADDRESS").get<std::string>());
     EXPECT_EQ("10.20.0.6", EntryValue(setup, "TOP_CTRL_ETH0_IPV4_ADDRESS").get<std::string>());
     EXPECT_EQ("255.255.255.0", EntryValue(setup, "TOP_CTRL_ETH0_IPV4_NETMASK").get<std::string>());
-    EXPECT_EQ("10.20.0.1", EntryValue(setup, "TOP_CTRL_ETH0_IPV4_DEFAULT_GATEWAY").get<std::string>());
+    EXPECT_EQ("10.20.0.1",
+              EntryValue(setup, "TOP_CTRL_ETH0_IPV4_DEFAULT_GATEWAY").get<std::string>());
     EXPECT_EQ("10.20.0.7", EntryValue(setup, "BOTTOM_CTRL_ETH0_IPV4_ADDRESS").get<std::string>());
-    EXPECT_EQ("255.255.255.0", EntryValue(setup, "BOTTOM_CTRL_ETH0_IPV4_NETMASK").get<std::string>());
-    EXPECT_EQ("10.20.0.1", EntryValue(setup, "BOTTOM_CTRL_ETH0_IPV4_DEFAULT_GATEWAY").get<std::string>());
+    EXPECT_EQ("255.255.255.0",
+              EntryValue(setup, "BOTTOM_CTRL_ETH0_IPV4_NETMASK").get<std::string>());
+    EXPECT_EQ("10.20.0.1",
+              EntryValue(setup, "BOTTOM_CTRL_ETH0_IPV4_DEFAULT_GATEWAY").get<std::string>());
     EXPECT_EQ("10.20.0.53", EntryValue(setup, "PRIMARY_DNS_SERVER").get<std::string>());
     EXPECT_EQ("10.20.0.54", EntryValue(setup, "SECONDARY_DNS_SERVER").get<std::string>());
     EXPECT_EQ("Road Cell", EntryValue(setup, "STORAGECELL_NAME").get<std::string>());

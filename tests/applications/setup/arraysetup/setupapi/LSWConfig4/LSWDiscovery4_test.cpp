@@ -373,9 +373,6 @@ TEST(HelloFilter, MaskTable) {
 
 // ---- The exchange over a device in memory ----------------------------------------------
 
-const Bytes kHelloV5Link =
-    Hex("01 09 8A 00 00 01  AA BB CC DD EE FF  00 36  AA AA 03 00 09 8A 00 01");
-
 TEST(HelloExchange, RequestsAnswersAndTheEndOfTheTime) {
     ManualClock clock;
     const time_t start = ManualClock::Now();
@@ -402,18 +399,17 @@ TEST(HelloExchange, RequestsAnswersAndTheEndOfTheTime) {
     std::list<std::shared_ptr<IlswController>> found;
     ASSERT_EQ(hello.run(dev, found, timeout, "en_US"), 0);
 
-    // Both requests, as the frame tables have them with the locale en_US.
+    // Both requests, version 4 then 5, each with the locale en_US (the frames' bytes are the
+    // message writer's tests' to prove).
     ASSERT_EQ(dev.Sent().size(), 2u);
-    const Bytes& v4 = dev.Sent()[0];
-    const Bytes& v5 = dev.Sent()[1];
     const Bytes body = Hex("00 0A 01 00 05 65 6E 5F 55 53");
-    EXPECT_EQ(v5, Cat({kHelloV5Link, Hex("00 05 00 01 00 22 01 01 8D D0 8D 81"), body,
-                       Bytes(34 - body.size(), 0)}));
-    ASSERT_EQ(v4.size(), 1492u);
-    EXPECT_EQ(Bytes(v4.begin(), v4.begin() + 44),
-              Cat({Hex("01 09 8A 00 00 01  AA BB CC DD EE FF  05 C6  AA AA 03 00 09 8A 00 01"),
-                   Hex("00 04 00 01 05 B2 01 01 8D D0 8D 81"), body}));
-    EXPECT_EQ(Bytes(v4.begin() + 44, v4.end()), Bytes(1492 - 44, 0));
+    for (size_t i = 0; i < 2; ++i) {
+        const Bytes& sent = dev.Sent()[i];
+        ASSERT_GE(sent.size(), 68u);
+        EXPECT_EQ(Bytes(sent.begin() + 22, sent.begin() + 26),
+                  Hex(i ? "00 05 00 01" : "00 04 00 01"));
+        EXPECT_EQ(Bytes(sent.begin() + 34, sent.begin() + 44), body);
+    }
 
     // A twice, once per version, in order of arrival; nothing of B, of the request or of
     // the late answer.
@@ -440,9 +436,7 @@ TEST(HelloExchange, SilenceMaskZeroAndFailedSends) {
         EXPECT_TRUE(found.empty());
         EXPECT_EQ(ManualClock::Now() - start, 1 + 10);
         ASSERT_EQ(dev.Sent().size(), 2u);
-        EXPECT_EQ(
-            dev.Sent()[1],
-            Cat({kHelloV5Link, Hex("00 05 00 01 00 22 01 01 FC F0 A6 C7 00 02"), Bytes(32, 0)}));
+        EXPECT_EQ(Bytes(dev.Sent()[1].begin() + 34, dev.Sent()[1].begin() + 37), Hex("00 02 00"));
     }
     {
         // Mask 0 takes nobody, and the run still succeeds.

@@ -39,8 +39,8 @@ TEST(ZelIpAddress, SettersLeaveNoBytesOfTheOldValue) {
     const unsigned char v6[16] = {0x20, 0x01, 0x0d, 0xb8, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12};
     a.set_IPv6(v6);
     EXPECT_EQ(Of(a), Value(24, Bytes(v6, v6 + 16)));
-    EXPECT_EQ(Of(zelAddr6_loopback_linklocal), Value(24, {0xFE, 0x80, 0, 0, 0, 0, 0, 0, 0, 0,
-                                                           0, 0, 0, 0, 0, 1}));
+    EXPECT_EQ(Of(zelAddr6_loopback_linklocal),
+              Value(24, {0xFE, 0x80, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1}));
 
     // The wire's four bytes come last octet first.
     const char wire[4] = {'\x01', '\x00', '\xA8', '\xC0'};
@@ -89,7 +89,7 @@ TEST(ZelIpAddress, TextChoosesTheFamilyByItsCharacters) {
     const struct {
         const char* text;
         Bytes after;
-    } refused[] = {{"localhost", Of(Parse("9.9.9.9"))},   {"", Of(Parse("9.9.9.9"))},
+    } refused[] = {{"localhost", Of(Parse("9.9.9.9"))},  {"", Of(Parse("9.9.9.9"))},
                    {"::ffff:1.2.3.4", Of(zelAddr4_any)}, {"1.2.3", Of(zelAddr4_any)},
                    {"1.2.3.256", Of(zelAddr4_any)},      {"fe80:::1", Of(zelAddr6_any)}};
     for (const auto& r : refused) {

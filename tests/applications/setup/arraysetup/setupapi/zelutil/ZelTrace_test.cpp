@@ -129,8 +129,8 @@ TEST_F(ZelTraceTest, SettingsAndTheLevelGate) {
     const Row rows[] = {
         {nullptr, 2, false, 50},
         {"[HIT Params]\nDebugLevel = 0\n", 0, false, 50},
-        {"[HIT Params]\nDebugLevel = 7\n", 3, false, 50},                // clamped
-        {"[HIT Params]\nDebugLevel = -1\n", 0xFFFFFFFFu, false, 50},     // wraps: all on
+        {"[HIT Params]\nDebugLevel = 7\n", 3, false, 50},             // clamped
+        {"[HIT Params]\nDebugLevel = -1\n", 0xFFFFFFFFu, false, 50},  // wraps: all on
         {"[HIT Params]\nRotateLogFiles=1\n", 2, true, 50},
         // Keys and section are case-insensitive; "LogDir" is read but steers nothing.
         {"[hit PARAMS]\ndebuglevel = 3\nROTATELOGFILES = yes\nmaxlogsizemb = 7\n"
