@@ -555,39 +555,23 @@ TEST(VesperArray, FaultDomainsMergeOnceIntoTheFirstControllersObjects) {
     EXPECT_EQ(one.getFaultDomainConfigurationData().size(), 2u);
 }
 
-TEST(VesperArray, CopyToTopPrimaryFillsSecondaryFields) {
+// The top-primary fold's values are proven on the wire (the road's network tests read them
+// from the setup request); here its odd corners.
+TEST(VesperArray, CopyToTopPrimaryTakesTheSecondAsPrimaryAndAppendsDomainsAgain) {
     auto a = Good("HW1", "10.0.0.10");
     auto b = Good("HW2", "10.0.0.11");
-    a->setBmcIp4Address("192.168.0.10");
-    b->setBmcIp4Address("192.168.0.11");
-    b->setBmcIp4Netmask("255.255.0.0");
-    b->setBmcIp4Gateway("192.168.0.1");
-    b->setEth0Ip4Gateway("10.0.0.2");
-    auto bd = std::make_shared<ClswFaultDomainConfigData>();
-    b->addFaultDomain(bd);
     // The first is not primary, so the second is taken as primary without a test.
-    b->SetIsControllerPrimary(false);
-    a->SetIsControllerPrimary(false);
     b->SetCanisterId(1);
-
     CLSWVesperArray array;
     array.AddControllerInternal(a);
     array.AddControllerInternal(b);
-    array.CopySecondaryControllerInfoToPrimary();
-    EXPECT_EQ(Text(b->GetSecondaryEth0Ip4AddressValue()), "10.0.0.10");
-    EXPECT_EQ(Text(b->GetSecondaryEth0Ip4GatewayValue()), "10.0.0.1");
-    EXPECT_EQ(Text(b->GetSecondaryEth0Ip4NetmaskValue()), "255.255.255.0");
-    EXPECT_EQ(Text(b->GetSecondaryBmcIp4AddressValue()), "192.168.0.10");
-    EXPECT_TRUE(a->GetSecondaryEth0Ip4AddressValue().isNull());
-    EXPECT_EQ(b->getEth0Ip4Address(), "10.0.0.11");
-
-    // A second fold appends the other's domains again; the primary holds its own objects.
     auto ad = std::make_shared<ClswFaultDomainConfigData>();
     a->addFaultDomain(ad);
     array.CopySecondaryControllerInfoToPrimary();
-    auto secondary = b->GetSecondaryCtrlFaultDomainConfigurationData();
-    ASSERT_EQ(secondary.size(), 1u);
-    EXPECT_EQ(secondary[0], ad);
+    EXPECT_EQ(Text(b->GetSecondaryEth0Ip4AddressValue()), "10.0.0.10");
+    EXPECT_TRUE(a->GetSecondaryEth0Ip4AddressValue().isNull());
+    ASSERT_EQ(b->GetSecondaryCtrlFaultDomainConfigurationData().size(), 1u);
+    EXPECT_EQ(b->GetSecondaryCtrlFaultDomainConfigurationData()[0], ad);
     array.CopySecondaryControllerInfoToPrimary();
     EXPECT_EQ(b->GetSecondaryCtrlFaultDomainConfigurationData().size(), 2u);
 
