@@ -170,3 +170,43 @@ TEST(SimController, FaultsDropDelaySpoilAndSilenceReplies) {
     EXPECT_EQ(spoiled[spoiled.size() - 2]->at("corrupt_checksum"), true);
     EXPECT_EQ(spoiled[spoiled.size() - 3]->at("delay_ms"), 250);
 }
+
+// The simulated controller's check of the password block, what the road's setup on the wire
+// is held against: every refusal with its reason, and the longest and shortest passwords.
+TEST(SimController, ThePasswordBlockHasItsExactForm) {
+    const std::string pem = "-----BEGIN RSA PUBLIC KEY-----\nMIIB...";
+    auto block = [&](const std::string& iPassword, size_t iAt = 0, unsigned char iByte = 0) {
+        Bytes b(245, 0);
+        memcpy(b.data(), pem.data(), 5);
+        memcpy(b.data() + 5, iPassword.data(), iPassword.size());
+        if (iAt)
+            b[iAt] = iByte;
+        return b;
+    };
+    const struct {
+        Bytes block;
+        std::string password;  // empty: refused
+        std::string why;
+    } rows[] = {
+        {block(std::string(239, 'p')), std::string(239, 'p'), ""},
+        {block("x"), "x", ""},
+        {block("pw", 1, 'X'), "", "does not open with the first five characters"},
+        {block(std::string(239, 'p'), 244, 'p'), "",
+         "the password is 240 bytes; the block carries at most 239"},
+        {block("ab", 9, 'c'), "", "byte 9 of the padding is not zero"},
+        {block(""), "", "the block holds no password"},
+        {Bytes(246, 0), "", "the block is 246 bytes, not 245"},
+        {Bytes(200, 0), "", "the block is 200 bytes"},
+    };
+    for (const auto& r : rows) {
+        CSimSecret s(r.block.size());
+        memcpy(s.data(), r.block.data(), r.block.size());
+        std::string password, why;
+        EXPECT_EQ(SimCheckPasswordBlock(s, pem, password, why), !r.password.empty()) << r.why;
+        if (r.password.empty()) {
+            EXPECT_NE(why.find(r.why), std::string::npos) << why;
+        } else {
+            EXPECT_EQ(password, r.password);
+        }
+    }
+}

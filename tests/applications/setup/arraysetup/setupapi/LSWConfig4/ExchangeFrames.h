@@ -90,10 +90,6 @@ inline Bytes SetupReplyFrame(u_char iStatus, u_short iVersion = MESSAGE_VERSION_
     return out.Sent().empty() ? Bytes() : out.Sent().front();
 }
 
-inline uint16_t LE16Of(const Bytes& b, size_t at) {
-    return static_cast<uint16_t>(b[at] | (b[at + 1] << 8));
-}
-
 inline Bytes LE16(uint16_t v) {
     return Bytes{static_cast<unsigned char>(v), static_cast<unsigned char>(v >> 8)};
 }
