@@ -112,7 +112,6 @@ std::string Section(const std::string& iName, const std::string& iMac, const std
 }
 
 const unsigned char kTop[6] = {0x02, 0xce, 0x5e, 0x00, 0x00, 0x01};
-const unsigned char kBottom[6] = {0x02, 0xce, 0x5e, 0x00, 0x00, 0x02};
 
 class CellsimNetns : public ::testing::Test {
 protected:

@@ -381,7 +381,7 @@ TEST_F(L2Netns, LoneRepliesArriveWithoutDelay) {
 TEST_F(L2Netns, BurstOfFiveHundredFramesArrivesWhole) {
     const int kFrames = 500;
     const unsigned char* wizMac = m_wizMac;
-    NetnsPeer peer(m_bed.ctl, [wizMac, kFrames](NetnsPeer& self) {
+    NetnsPeer peer(m_bed.ctl, [wizMac](NetnsPeer& self) {
         unsigned char mac[6];
         if (!MacOf("ctl0", mac))
             return 1;
