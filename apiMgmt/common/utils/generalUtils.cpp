@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <stdexcept>
 
 int64_t GENERALUtils::CelsiusToFahrenheit(int64_t iValue) {
     return iValue * 9 / 5 + 32;
@@ -35,3 +36,18 @@ void GENERALUtils::GetAge(const timeval& iStart, timeval& oResult) {
 }
 
 void GENERALUtils::DisplayTimeStats(const char*, const timeval*, const timeval*) {}
+
+const GPBComEndpoint& GENERALUtils::GetEndpoint(APIEndpoint iEndpoint) {
+    static const GPBComEndpoint endpoints[] = {
+        GPBComEndpoint::CreateLocalEndpoint(APIMGR_DOMAIN_SOCKET, 900, 0x500000),
+        GPBComEndpoint::CreateLocalEndpoint(MCSHIM_DOMAIN_SOCKET, 900, 0x200000),
+        GPBComEndpoint::CreateLocalEndpoint(SNMPSUBAGENT_DOMAIN_SOCKET, 900, 0x200000),
+    };
+    switch (iEndpoint) {
+        case Endpoint_APIManager:
+        case Endpoint_MCShim:
+        case Endpoint_SNMPSubagent:
+            return endpoints[iEndpoint];
+    }
+    throw std::invalid_argument("GENERALUtils::GetEndpoint: unknown endpoint");
+}

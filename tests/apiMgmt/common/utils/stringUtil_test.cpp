@@ -137,4 +137,27 @@ TEST(GENERALUtilsTest, DurationBorrowsFromTheEnd) {
     free(span);
 }
 
+TEST(GENERALUtilsTest, EndpointsOfThePeers) {
+    struct {
+        APIEndpoint which;
+        const char* path;
+        size_t largest;
+    } cases[] = {{Endpoint_APIManager, "/tmp/apimgr.sock", 5242880},
+                 {Endpoint_MCShim, "/tmp/mcshim.sock", 2097152},
+                 {Endpoint_SNMPSubagent, "/tmp/snmpsubagent.sock", 2097152}};
+    for (const auto& c : cases) {
+        const GPBComEndpoint& endpoint = GENERALUtils::GetEndpoint(c.which);
+        EXPECT_EQ(endpoint.GetDescription(), c.path);
+        EXPECT_EQ(endpoint.GetRecvTimeout(), 900);
+        EXPECT_EQ(endpoint.GetMaxMsgSize(), c.largest);
+        EXPECT_EQ(&endpoint, &GENERALUtils::GetEndpoint(c.which));
+    }
+    try {
+        GENERALUtils::GetEndpoint(static_cast<APIEndpoint>(3));
+        FAIL() << "an endpoint outside the table";
+    } catch (const std::invalid_argument& e) {
+        EXPECT_STREQ(e.what(), "GENERALUtils::GetEndpoint: unknown endpoint");
+    }
+}
+
 }  // namespace
