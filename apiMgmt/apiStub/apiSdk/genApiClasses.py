@@ -8,16 +8,19 @@ import shlex
 import sys
 
 KINDS = {
-    # kind: (attribute class, typed value, reader, writer)
-    "BOOLEAN": ("BOOLEANApiAttribute", "bool", None, None),
-    "INT": ("INTApiAttribute", "int64", None, None),
-    "STRING": ("STRINGApiAttribute", "std::string", None, None),
-    "NAME": ("NAMEApiAttribute", "std::string", None, None),
-    "INSTANCEID": ("INSTANCEIDApiAttribute", "std::string", None, None),
-    "ENUM": ("ENUMApiAttribute", "std::string", None, None),
-    "IPV4": ("IPV4ADDRESSApiAttribute", "std::string", None, None),
-    "IPV6": ("IPV6ADDRESSApiAttribute", "std::string", None, None),
-    "STRINGARRAY": ("STRINGARRAYApiAttribute", "std::vector<std::string>", None, None),
+    # kind: (attribute class, typed value)
+    "BOOLEAN": ("BOOLEANApiAttribute", "bool"),
+    "INT": ("INTApiAttribute", "int64"),
+    "STRING": ("STRINGApiAttribute", "std::string"),
+    "NAME": ("NAMEApiAttribute", "std::string"),
+    "INSTANCEID": ("INSTANCEIDApiAttribute", "std::string"),
+    "ENUM": ("ENUMApiAttribute", "std::string"),
+    "IPV4": ("IPV4ADDRESSApiAttribute", "std::string"),
+    "IPV6": ("IPV6ADDRESSApiAttribute", "std::string"),
+    "STRINGARRAY": ("STRINGARRAYApiAttribute", "std::vector<std::string>"),
+    "DATETIME": ("DATETIMEApiAttribute", "DATETimeObject"),
+    "SIZE": ("SIZEApiAttribute", "STORAGESize"),
+    "VERSION": ("VERSIONApiAttribute", "VERSIONObject"),
 }
 
 
@@ -38,7 +41,7 @@ class Attr:
         if kind not in KINDS:
             fail(line_no, "unknown kind " + kind)
         self.kind = kind
-        self.cls, self.type = KINDS[kind][0], KINDS[kind][1]
+        self.cls, self.type = KINDS[kind]
         if self.enum:
             self.type = self.enum
         self.show = int(opts.get("show", 25))
@@ -116,7 +119,7 @@ def accessors(attrs, owner, put):
         decl.append("    static const %s* Get%sAttr();" % (a.cls, a.name))
         defs.append("const %s* %s::Get%sAttr() {\n    static const %s attr(%s);\n    return &attr;\n}\n"
                     % (a.cls, owner, a.name, a.cls, a.ctor_args()))
-        arg = "const %s&" % a.type if a.type.startswith("std::") else a.type
+        arg = a.type if a.type == "bool" or a.type == "int64" or a.enum else "const %s&" % a.type
         decl.append("    %s Get%s() const;" % (a.type, a.name))
         decl.append("    void Set%s(%s iValue);" % (a.name, arg))
         if a.enum:

@@ -17,6 +17,10 @@
     X(VolumeManager, 2)           \
     X(Reporter, 3)
 
+#define OBJECTRETURNENCODEENUM_ROWS(X) \
+    X(Xml, 1)                          \
+    X(Csv, 2)
+
 // Types whose rows are the API manager's vocabulary and come with its schema: each stands with
 // its unknown enumerator and an empty table until that schema supplies them.
 #define API_ENUM_TYPES_WITHOUT_ROWS(X)             \
@@ -77,7 +81,6 @@
     X(MpioEnum)                                    \
     X(MutedEnum)                                   \
     X(NonRedundantProfileEnum)                     \
-    X(ObjectReturnEncodeEnum)                      \
     X(PhoneHomeFrequencyEnum)                      \
     X(PortableVolumeDiskEraseTypeEnum)             \
     X(PortableVolumeDiskManagementTypeEnum)        \
@@ -221,7 +224,8 @@
 #define API_ENUM_TYPES_WITH_ROWS(X)                                    \
     X(ErrorStateEnum, ERRORSTATEENUM_ROWS)                             \
     X(StorageCellOperationModeEnum, STORAGECELLOPERATIONMODEENUM_ROWS) \
-    X(UserPrivilegeEnum, USERPRIVILEGEENUM_ROWS)
+    X(UserPrivilegeEnum, USERPRIVILEGEENUM_ROWS)                       \
+    X(ObjectReturnEncodeEnum, OBJECTRETURNENCODEENUM_ROWS)
 
 #define m_STORAGECELLOPERATIONMODEENUM_ENUMERATOR(name, value) \
     StorageCellOperationModeEnum_##name = value,
@@ -236,6 +240,13 @@ enum UserPrivilegeEnum {
     USERPRIVILEGEENUM_ROWS(m_USERPRIVILEGEENUM_ENUMERATOR) UserPrivilegeEnum_UnKnownOrInvalid = 999
 };
 #undef m_USERPRIVILEGEENUM_ENUMERATOR
+
+#define m_OBJECTRETURNENCODEENUM_ENUMERATOR(name, value) ObjectReturnEncodeEnum_##name = value,
+enum ObjectReturnEncodeEnum {
+    OBJECTRETURNENCODEENUM_ROWS(m_OBJECTRETURNENCODEENUM_ENUMERATOR)
+        ObjectReturnEncodeEnum_UnKnownOrInvalid = 999
+};
+#undef m_OBJECTRETURNENCODEENUM_ENUMERATOR
 
 #define m_API_EMPTY_ENUM(type) enum type { type##_UnKnownOrInvalid = 999 };
 API_ENUM_TYPES_WITHOUT_ROWS(m_API_EMPTY_ENUM)

@@ -199,6 +199,45 @@ bool ENUMApiAttribute::ApplyFilter(const APIAttributeFilter& iFilter,
            STRINGUtil::Comparecase(iValue, iFilter.GetAttrValue()) == 0;
 }
 
+bool DATETIMEApiAttribute::ApplyFilter(const APIAttributeFilter& iFilter,
+                                       const std::string& iValue) const {
+    if (!Filterable(iFilter, iValue))
+        return false;
+    return Ordered(
+        iFilter.GetFilterType(),
+        static_cast<long double>(ParseString(iValue).Compare(ParseString(iFilter.GetAttrValue()))));
+}
+
+STORAGESize SIZEApiAttribute::ParseString(const std::string& iText) const {
+    STORAGESize size;
+    size.Parse(iText);
+    return size;
+}
+
+bool SIZEApiAttribute::ApplyFilter(const APIAttributeFilter& iFilter,
+                                   const std::string& iValue) const {
+    if (!Filterable(iFilter, iValue))
+        return false;
+    const uns64 v = ParseString(iValue).GetSizeInBytes();
+    const uns64 f = ParseString(iFilter.GetAttrValue()).GetSizeInBytes();
+    return Ordered(iFilter.GetFilterType(), v < f ? -1 : (v > f ? 1 : 0));
+}
+
+VERSIONObject VERSIONApiAttribute::ParseString(const std::string& iText) const {
+    VERSIONObject version;
+    version.Parse(iText);
+    return version;
+}
+
+bool VERSIONApiAttribute::ApplyFilter(const APIAttributeFilter& iFilter,
+                                      const std::string& iValue) const {
+    if (!Filterable(iFilter, iValue))
+        return false;
+    const uns64 v = ParseString(iValue).GetVersionLong();
+    const uns64 f = ParseString(iFilter.GetAttrValue()).GetVersionLong();
+    return Ordered(iFilter.GetFilterType(), v < f ? -1 : (v > f ? 1 : 0));
+}
+
 std::string IPV4ADDRESSApiAttribute::ParseString(const std::string& iText) const {
     std::vector<std::string> parts;
     STRINGUtil::SplitString(iText, ".", parts, 0);

@@ -9,6 +9,9 @@
 #include <vector>
 
 #include "apiMgmt/apiStub/base/apiAttributes/baseApiAttribute.h"
+#include "apiMgmt/apiStub/base/apiObjects/types/dateTimeObject.h"
+#include "apiMgmt/apiStub/base/apiObjects/types/storageSize.h"
+#include "apiMgmt/apiStub/base/apiObjects/types/versionObject.h"
 
 class APIObjectInstance;
 class BASEApiMethodObject;
@@ -80,6 +83,32 @@ public:
     m_PLAIN_ATTRIBUTE_CTOR(ENUMApiAttribute) std::string
         ParseString(const std::string& iText) const;
     std::string ToString(const std::string& iValue) const { return iValue; }
+    bool ApplyFilter(const APIAttributeFilter& iFilter, const std::string& iValue) const override;
+};
+
+class DATETIMEApiAttribute : public BASEApiAttribute {
+public:
+    m_PLAIN_ATTRIBUTE_CTOR(DATETIMEApiAttribute) DATETimeObject
+        ParseString(const std::string& iText) const {
+        return DATETimeObject(iText);
+    }
+    std::string ToString(const DATETimeObject& iValue) const { return iValue.ToString(); }
+    bool ApplyFilter(const APIAttributeFilter& iFilter, const std::string& iValue) const override;
+};
+
+class SIZEApiAttribute : public BASEApiAttribute {
+public:
+    m_PLAIN_ATTRIBUTE_CTOR(SIZEApiAttribute) STORAGESize
+        ParseString(const std::string& iText) const;
+    std::string ToString(const STORAGESize& iValue) const { return iValue.ToString(); }
+    bool ApplyFilter(const APIAttributeFilter& iFilter, const std::string& iValue) const override;
+};
+
+class VERSIONApiAttribute : public BASEApiAttribute {
+public:
+    m_PLAIN_ATTRIBUTE_CTOR(VERSIONApiAttribute) VERSIONObject
+        ParseString(const std::string& iText) const;
+    std::string ToString(const VERSIONObject& iValue) const { return iValue.ToString(); }
     bool ApplyFilter(const APIAttributeFilter& iFilter, const std::string& iValue) const override;
 };
 

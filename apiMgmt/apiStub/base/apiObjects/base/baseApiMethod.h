@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "apiMgmt/apiStub/apiSdk/enums/apiEnumsIdStrList.h"
 #include "apiMgmt/apiStub/base/apiAttributes/apiAttributes.h"
-#include "apiMgmt/apiStub/base/apiObjects/base/apiClientEnums.h"
 #include "apiMgmt/common/error/errorStateEnum.h"
 #include "apiMgmt/common/utils/apiTypes.h"
 
@@ -21,6 +21,7 @@ class GPBIPCMsg;
 }
 class BASEApiMethodReturn;
 class GETListFilter;
+class GPBComEndpoint;
 
 // Credentials already established: the alternative to a session key.
 struct APIHccReqHeader {
@@ -104,6 +105,9 @@ public:
                                                        bool iIsArray) const;
 
     static uns64 GetCurrentCount() { return gObjCounter; }
+
+    // Tests and tools reach a manager elsewhere; null restores the product's endpoint.
+    static void SetAPIManagerEndpoint(const GPBComEndpoint* iEndpoint);
 
 protected:
     // One connection per call to the API manager's socket.

@@ -1,5 +1,6 @@
 #include "apiMgmt/apiStub/base/apiObjects/base/getListFilter.h"
 
+#include "apiMgmt/apiStub/apiSdk/enums/apiEnumsIdStrList.h"
 #include "apiMgmt/apiStub/base/apiObjects/base/apiConstants.h"
 #include "apiMgmt/common/utils/stringUtil.h"
 
@@ -19,35 +20,6 @@ const FilterTypeText kFilterTypes[] = {
     {FILTERType_LessThanEqual, "<=", "lteq"},
     {FILTERType_IncludedInStr, "iqin", nullptr},
     {FILTERType_IncludesStr, "iqs", nullptr},
-};
-
-struct SCFilterRow {
-    int id;
-    const char* text;
-    const char* display;
-};
-
-// Several texts read as one type; the display string is what a type writes.
-const SCFilterRow kSCFilterRows[] = {
-    {0, "None", "None"},
-    {1, "=", "eq"},
-    {1, "eq", "eq"},
-    {2, "!=", "ne"},
-    {2, "ne", "ne"},
-    {3, ">", "gt"},
-    {3, "gt", "gt"},
-    {4, ">=", "ge"},
-    {4, "ge", "ge"},
-    {5, "<", "lt"},
-    {5, "lt", "lt"},
-    {6, "<=", "le"},
-    {6, "le", "le"},
-    {7, "&", "=~"},
-    {7, "=~", "=~"},
-    {7, "RegexMatch", "=~"},
-    {8, "!&", "!=~"},
-    {8, "!=~", "!=~"},
-    {8, "RegexNotMatch", "!=~"},
 };
 
 std::string Hyphenate(std::string iValue) {
@@ -94,16 +66,18 @@ APIAttributeFilter APIAttributeFilter::Parse(const std::string& iText) {
 }
 
 std::string FILTERItem::GetFilterTypeAsString(SCFilterType iType) {
-    for (const SCFilterRow& r : kSCFilterRows)
-        if (r.id == iType)
-            return r.display;
-    return std::string();
+    const ENUMIDStrItem* row =
+        APIEnumsIDStrList::FindById(APIEnumsIDStrList::gSCFilterTypeEnumIdStrList,
+                                    APIEnumsIDStrList::gSCFilterTypeEnumCount, iType);
+    return row ? row->displayStr : std::string();
 }
 
 SCFilterType FILTERItem::GetFilterTypeFromString(const std::string& iText) {
-    for (const SCFilterRow& r : kSCFilterRows)
-        if (iText == r.text)
-            return static_cast<SCFilterType>(r.id);
+    // Exact text: "eq" and "EQ" are not the same operator.
+    for (int i = 0; i < APIEnumsIDStrList::gSCFilterTypeEnumCount; ++i)
+        if (APIEnumsIDStrList::gSCFilterTypeEnumIdStrList[i].strVal == iText)
+            return static_cast<SCFilterType>(
+                APIEnumsIDStrList::gSCFilterTypeEnumIdStrList[i].idVal);
     return SCFilterType_None;
 }
 
