@@ -141,10 +141,8 @@ public:
 
     // Every object the list method gives without a filter.
     const ObjectList* GetAllObjectsList() {
-        status result;
         const ObjectList* objects = nullptr;
-        result = GetAllObjectsListWithStatus(objects);
-        (void)result;
+        GetAllObjectsListWithStatus(objects);
         return objects;
     }
 

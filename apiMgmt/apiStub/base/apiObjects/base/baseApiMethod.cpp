@@ -1,5 +1,6 @@
 #include "apiMgmt/apiStub/base/apiObjects/base/baseApiMethod.h"
 
+#include <algorithm>
 #include <memory>
 #include <sstream>
 

@@ -5,6 +5,7 @@
 // text in an ordered map from attribute name to attribute text; attribute descriptors
 // convert it.
 
+#include <initializer_list>
 #include <map>
 #include <string>
 #include <vector>
