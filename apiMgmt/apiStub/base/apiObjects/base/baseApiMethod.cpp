@@ -61,10 +61,30 @@ void BASEApiAssociation::ValidateRequiredAttributes() const {
             ErrorStateEnum_InvalidValue, __FILE__, __LINE__, APIMGR_LOC_INVALID_REQUEST, nullptr);
 }
 
+namespace {
+
+// The document carries the session key: wipe it once it has left, whatever happened.
+class RequestWiper {
+public:
+    explicit RequestWiper(protoIPCMsg::GPBIPCMsg& iRequest) : m_request(iRequest) {}
+    ~RequestWiper() {
+        if (m_request.has_apireqmsg() && m_request.apireqmsg().has_cmd()) {
+            std::string* doc = m_request.mutable_apireqmsg()->mutable_cmd()->mutable_cmddata();
+            std::fill(doc->begin(), doc->end(), '\0');
+        }
+    }
+
+private:
+    protoIPCMsg::GPBIPCMsg& m_request;
+};
+
+}  // namespace
+
 BASEApiMethodReturn* BASEApiMethod::Execute(const std::string& iSessionKey,
                                             const BinaryMap* iBinaryData,
                                             const std::string& iLocale) const {
     protoIPCMsg::GPBIPCMsg request, reply;
+    RequestWiper wipe(request);
     BuildGPBApiRequest(request, nullptr, iSessionKey, iBinaryData, iLocale);
     SendRequestToAPIManager(request, reply);
     return ProcessResponse(reply);
@@ -73,6 +93,7 @@ BASEApiMethodReturn* BASEApiMethod::Execute(const std::string& iSessionKey,
 BASEApiMethodReturn* BASEApiMethod::Execute(const APIHccReqHeader* iHeader,
                                             const BinaryMap* iBinaryData) const {
     protoIPCMsg::GPBIPCMsg request, reply;
+    RequestWiper wipe(request);
     BuildGPBApiRequest(request, iHeader, "", iBinaryData, "");
     SendRequestToAPIManager(request, reply);
     return ProcessResponse(reply);
