@@ -4,6 +4,7 @@
 #include <time.h>
 
 #include <cerrno>
+#include <exception>
 
 #include "apiMgmt/common/threadpool/mutexWrapper.h"
 #include "apiMgmt/common/threadpool/scopedMutex.h"
@@ -124,8 +125,12 @@ void* LOGTask::ThreadRoutine(void* ipArg) {
         if (msg.level == LOG_TASK_EXIT) {
             break;
         }
-        if (queue->pLoggerImpl) {
-            queue->pLoggerImpl->DoLog(msg);
+        try {
+            if (queue->pLoggerImpl) {
+                queue->pLoggerImpl->DoLog(msg);
+            }
+        } catch (const std::exception&) {
+            // A sink that fails loses its line, never the thread.
         }
     }
     SCOPEDMutex hold(queue->reqQMutex);
