@@ -79,21 +79,23 @@ struct GPBComSocket::Channel : public google::protobuf::io::CopyingInputStream,
     }
 
     int Read(void* oBuffer, int iSize) override {
-        if (!WaitFor(fd, POLLIN, deadline, timedOut)) {
-            error = timedOut ? 0 : errno;
-            return -1;
+        for (;;) {
+            if (!WaitFor(fd, POLLIN, deadline, timedOut)) {
+                error = timedOut ? 0 : errno;
+                return -1;
+            }
+            ssize_t got = recv(fd, oBuffer, static_cast<size_t>(iSize), MSG_DONTWAIT);
+            if (got < 0 && (errno == EINTR || errno == EAGAIN)) {
+                continue;
+            }
+            if (got < 0) {
+                error = errno;
+                return -1;
+            }
+            endOfStream = got == 0;
+            bytesRead += static_cast<size_t>(got);
+            return static_cast<int>(got);
         }
-        ssize_t got;
-        do {
-            got = recv(fd, oBuffer, static_cast<size_t>(iSize), 0);
-        } while (got < 0 && errno == EINTR);
-        if (got < 0) {
-            error = errno;
-            return -1;
-        }
-        endOfStream = got == 0;
-        bytesRead += static_cast<size_t>(got);
-        return static_cast<int>(got);
     }
 
     bool Write(const void* iBuffer, int iSize) override {
@@ -104,7 +106,7 @@ struct GPBComSocket::Channel : public google::protobuf::io::CopyingInputStream,
                 error = timedOut ? 0 : errno;
                 return false;
             }
-            ssize_t sent = send(fd, data, left, MSG_NOSIGNAL);
+            ssize_t sent = send(fd, data, left, MSG_NOSIGNAL | MSG_DONTWAIT);
             if (sent < 0) {
                 if (errno == EINTR || errno == EAGAIN) {
                     continue;

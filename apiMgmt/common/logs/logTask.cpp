@@ -4,6 +4,7 @@
 #include <time.h>
 
 #include <cerrno>
+#include <exception>
 
 #include "apiMgmt/common/threadpool/mutexWrapper.h"
 #include "apiMgmt/common/threadpool/scopedMutex.h"
@@ -34,6 +35,7 @@ struct LOGTaskQueue {
     MUTEXWrapper reqQMutex;
     pthread_cond_t pthread_cond;
     std::unique_ptr<BASELogger> pLoggerImpl;
+    bool threadStarted = false;
     bool threadEnded = false;
 };
 
@@ -41,6 +43,14 @@ LOGTask::LOGTask(BASELogger* ipLogger) : queue(std::make_shared<LOGTaskQueue>(ip
 
 LOGTask::~LOGTask() {
     StopTask();
+    // A thread that has ended leaves the sink to us, so it goes with the task; a sink still busy
+    // goes with its thread.
+    std::unique_ptr<BASELogger> sink;
+    queue->reqQMutex.Acquire();
+    if (queue->threadEnded || !queue->threadStarted) {
+        sink = std::move(queue->pLoggerImpl);
+    }
+    queue->reqQMutex.Release();
 }
 
 BASELogger* LOGTask::GetLoggerImpl() const {
@@ -60,6 +70,8 @@ bool LOGTask::StartTask() {
         syslog(LOG_ERR, "Failed to create LOGTask thread, error code (%d).", code);
         return false;
     }
+    SCOPEDMutex hold(queue->reqQMutex);
+    queue->threadStarted = true;
     return true;
 }
 
@@ -113,8 +125,12 @@ void* LOGTask::ThreadRoutine(void* ipArg) {
         if (msg.level == LOG_TASK_EXIT) {
             break;
         }
-        if (queue->pLoggerImpl) {
-            queue->pLoggerImpl->DoLog(msg);
+        try {
+            if (queue->pLoggerImpl) {
+                queue->pLoggerImpl->DoLog(msg);
+            }
+        } catch (const std::exception&) {
+            // A sink that fails loses its line, never the thread.
         }
     }
     SCOPEDMutex hold(queue->reqQMutex);

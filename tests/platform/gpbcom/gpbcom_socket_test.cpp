@@ -277,8 +277,8 @@ TEST_F(GPBComSocketTest, ASocketPlantedByAnotherUserGetsNothing) {
 }
 
 TEST_F(GPBComSocketTest, TwoHundredCallsLeaveNoDescriptorBehind) {
-    const int calls = 200;
-    Serve(Endpoint(), [calls](GPBComServer& server) {
+    static const int calls = 200;
+    Serve(Endpoint(), [](GPBComServer& server) {
         for (int i = 0; i < calls; ++i) {
             auto connection = server.Accept(10000);
             GPBIPCMsg request;
