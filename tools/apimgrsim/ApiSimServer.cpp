@@ -206,7 +206,7 @@ bool ApiSimServer::Answer(const protoIPCMsg::GPBIPCMsg& iRequest, protoIPCMsg::G
     m_log.Event("reply", Dump(reply));
     m_log.Say(object + " " + command + ": " + outcome +
               (applied.empty() ? ""
-                               : " (" + STRINGUtil::FormatStr("%zu", applied.size()) + " fault" +
+                               : " (" + std::to_string(applied.size()) + " fault" +
                                      (applied.size() == 1 ? ")" : "s)")));
     return true;
 }
