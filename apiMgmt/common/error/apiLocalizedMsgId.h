@@ -1,0 +1,22 @@
+#ifndef APIMGMT_COMMON_ERROR_APILOCALIZEDMSGID_H
+#define APIMGMT_COMMON_ERROR_APILOCALIZEDMSGID_H
+
+// Ids of the localised messages the client raises; the texts, and the ids of the many other
+// messages, live with the API manager.
+enum APILocalizedMsgID {
+    APIMGR_LOC_INTERNAL_ERROR = 10000,
+    APIMGR_LOC_REQUEST_INVALID = 10001,
+    APIMGR_LOC_PARAMETER_INVALID = 10004,
+    APIMGR_LOC_INVALID_REQUEST = 10009,
+    APIMGR_LOC_STRING_ATTR_INVALID = 10011,
+    APIMGR_LOC_VALUE_OUT_OF_RANGE_BOTH = 10760,
+    APIMGR_LOC_VALUE_OUT_OF_RANGE_MIN = 10761,
+    APIMGR_LOC_VALUE_OUT_OF_RANGE_MAX = 10762,
+    APIMGR_LOC_STRING_ATTR_LENGTH_MIN = 10763,
+    APIMGR_LOC_STRING_ATTR_LENGTH_MAX = 10764
+};
+
+#define OBJECT_ACCESS_FAILED "%s Object(%u) access failed"
+#define OBJECT_NONE "No %s objects are in the system"
+
+#endif

@@ -1,0 +1,163 @@
+#include "apiMgmt/common/utils/stringUtil.h"
+
+#include <gtest/gtest.h>
+
+#include "apiMgmt/common/utils/generalUtils.h"
+
+namespace {
+
+TEST(STRINGUtilTest, PredicatesKeepTheirEdges) {
+    struct {
+        const char* text;
+        bool numeric;
+        bool asBool;
+    } cases[] = {
+        {"12", true, false},   {" 1.5 ", true, true},  {"1", true, true},
+        {"TrUe", false, true}, {"2", true, false},     {"", false, false},
+        {" \t", false, false}, {"12ab", false, false}, {"word", false, false},
+        {"-", false, false},   {"-3e2", true, false},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(STRINGUtil::IsNumeric(c.text), c.numeric) << '"' << c.text << '"';
+        EXPECT_EQ(STRINGUtil::ConvertStringToBool(c.text), c.asBool) << '"' << c.text << '"';
+    }
+}
+
+TEST(STRINGUtilTest, SplitKeepsEmptyPiecesAndHonoursTheLimit) {
+    struct {
+        const char* text;
+        const char* sep;
+        unsigned limit;
+        std::vector<std::string> pieces;
+    } cases[] = {
+        {"", "|", 0, {}},
+        {"a||b|", "|", 0, {"a", "", "b"}},
+        {"a|b|c|d|e", "|", 3, {"a", "b", "c|d|e"}},
+        {"a|b", "|", 3, {"a", "b"}},
+        {"a|b|c", "|", 1, {"a|b|c"}},
+        {"k::v::w", "::", 0, {"k", "v", "w"}},
+        {"abc", "", 0, {"abc"}},
+    };
+    for (const auto& c : cases) {
+        std::vector<std::string> pieces{"stale"};
+        STRINGUtil::SplitString(c.text, c.sep, pieces, c.limit);
+        EXPECT_EQ(pieces, c.pieces) << c.text << " limit " << c.limit;
+    }
+}
+
+TEST(STRINGUtilTest, EscapeAndUnescapeKeepTheirAsymmetry) {
+    struct {
+        const char* text;
+        bool markupOnly;
+        const char* escaped;
+        const char* roundTrip;
+    } cases[] = {
+        {"<a & 'b' \"c\">", false, "&lt;a &amp; &apos;b&apos; &quot;c&quot;&gt;",
+         "<a & 'b' \"c\">"},
+        {"<a & 'b'>", true, "&lt;a & 'b'&gt;", "<a & 'b'>"},
+        // Every control byte becomes the newline's reference, which is never turned back.
+        {"x\ty\rz\n", false, "x&#x0a;y&#x0a;z&#x0a;", "x&#x0a;y&#x0a;z&#x0a;"},
+        {"x\ty", true, "x\ty", "x\ty"},
+    };
+    for (const auto& c : cases) {
+        std::string escaped = STRINGUtil::EscapeString(c.text, c.markupOnly);
+        EXPECT_EQ(escaped, c.escaped);
+        EXPECT_EQ(STRINGUtil::UnEscapeString(escaped, c.markupOnly), c.roundTrip);
+    }
+    // Markup-only unescaping leaves the other entities for a later pass; a resolved "&" is not
+    // scanned again.
+    EXPECT_EQ(STRINGUtil::UnEscapeString("&lt;&amp;gt;&quot;", true), "<&amp;gt;&quot;");
+    EXPECT_EQ(STRINGUtil::UnEscapeString("&lt;&amp;gt;&quot;", false), "<&gt;\"");
+}
+
+TEST(STRINGUtilTest, FormatStrTakesASecondPassFromTheHundredthCharacter) {
+    for (size_t length : {0u, 98u, 99u, 100u, 101u, 5000u}) {
+        std::string text(length, 'x');
+        EXPECT_EQ(STRINGUtil::FormatStr("%s", text.c_str()), text) << length;
+        EXPECT_EQ(STRINGUtil::FormatStr("%s%d", text.c_str(), 7), text + "7") << length;
+    }
+}
+
+TEST(STRINGUtilTest, ReplaceTrimAndSmallRules) {
+    std::string text = "a-b--c";
+    STRINGUtil::ReplaceAll(text, "-", "&hy&");
+    EXPECT_EQ(text, "a&hy&b&hy&&hy&c");
+    STRINGUtil::ReplaceAll(text, "&hy&", "-");
+    EXPECT_EQ(text, "a-b--c");
+    std::string blanks = " \f\n\r\t\v";
+    STRINGUtil::Trim(blanks);
+    EXPECT_EQ(blanks, "");
+    std::string padded = "\t a b \n";
+    STRINGUtil::Trim(padded);
+    EXPECT_EQ(padded, "a b");
+    EXPECT_EQ(STRINGUtil::FormatBase36String("ABCDEFGH", "-", 4), "ABCD-EFGH");
+    EXPECT_EQ(STRINGUtil::FormatBase36String("ABCDEFGHI", "-", 4), "ABCD-EFGH-I");
+    EXPECT_EQ(STRINGUtil::ExtractFilenameFromPath("/a/b/c.h"), "c.h");
+    EXPECT_EQ(STRINGUtil::ExtractFilenameFromPath("c.h"), "c.h");
+    char small[4];
+    STRINGUtil::SafeStrncpy(small, "abcdef", sizeof small);
+    EXPECT_STREQ(small, "abc");
+    EXPECT_EQ(ci_string("Abc"), ci_string("aBC"));
+    EXPECT_EQ(GENERALUtils::FahrenheitToCelsius(32), 0);
+    EXPECT_EQ(GENERALUtils::CelsiusToFahrenheit(100), 212);
+}
+
+TEST(STRINGUtilTest, ParseIpV6AddressReadsThePrefix) {
+    struct {
+        const char* text;
+        bool ok;
+        const char* address;
+        int prefix;
+    } cases[] = {
+        {"fe80::1", true, "fe80::1", 128},
+        {"2001:db8::/64", true, "2001:db8::", 64},
+        {"::1/128", true, "::1", 128},
+        {"::1/129", false, "::1", -1},
+        {"::1/x", false, "::1", -1},
+        {"10.0.0.1", false, "10.0.0.1", 128},
+        {"", false, "", 128},
+    };
+    for (const auto& c : cases) {
+        std::string address = "stale";
+        int prefix = 7;
+        EXPECT_EQ(STRINGUtil::ParseIpV6Address(c.text, address, prefix), c.ok) << c.text;
+        EXPECT_EQ(address, c.address) << c.text;
+        EXPECT_EQ(prefix, c.prefix) << c.text;
+    }
+}
+
+TEST(GENERALUtilsTest, DurationBorrowsFromTheEnd) {
+    timeval start{10, 900000};
+    timeval end{12, 100000};
+    timeval* span = GENERALUtils::GetDuration(&start, &end);
+    EXPECT_EQ(span->tv_sec, 1);
+    EXPECT_EQ(span->tv_usec, 200000);
+    EXPECT_EQ(end.tv_sec, 11);
+    EXPECT_EQ(end.tv_usec, 1100000);
+    free(span);
+}
+
+TEST(GENERALUtilsTest, EndpointsOfThePeers) {
+    struct {
+        APIEndpoint which;
+        const char* path;
+        size_t largest;
+    } cases[] = {{Endpoint_APIManager, "/tmp/apimgr.sock", 5242880},
+                 {Endpoint_MCShim, "/tmp/mcshim.sock", 2097152},
+                 {Endpoint_SNMPSubagent, "/tmp/snmpsubagent.sock", 2097152}};
+    for (const auto& c : cases) {
+        const GPBComEndpoint& endpoint = GENERALUtils::GetEndpoint(c.which);
+        EXPECT_EQ(endpoint.GetDescription(), c.path);
+        EXPECT_EQ(endpoint.GetRecvTimeout(), 900);
+        EXPECT_EQ(endpoint.GetMaxMsgSize(), c.largest);
+        EXPECT_EQ(&endpoint, &GENERALUtils::GetEndpoint(c.which));
+    }
+    try {
+        GENERALUtils::GetEndpoint(static_cast<APIEndpoint>(3));
+        FAIL() << "an endpoint outside the table";
+    } catch (const std::invalid_argument& e) {
+        EXPECT_STREQ(e.what(), "GENERALUtils::GetEndpoint: unknown endpoint");
+    }
+}
+
+}  // namespace
