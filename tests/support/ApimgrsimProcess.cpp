@@ -85,6 +85,6 @@ int ApimgrsimProcess::Stop(int iSignal) {
     return -1;
 }
 
-std::vector<JsonValue> ApimgrsimProcess::Events() const {
+std::vector<Json> ApimgrsimProcess::Events() const {
     return ReadEvents(m_log);
 }

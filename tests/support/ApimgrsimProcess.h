@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "support/JsonLite.h"
+#include "support/CellsimProcess.h"  // Json and ReadEvents
 
 class ApimgrsimProcess {
 public:
@@ -28,7 +28,7 @@ public:
     const std::string& SocketPath() const { return m_socket; }
     const std::string& KeyFile() const { return m_key; }
     const std::string& Dir() const { return m_dir; }
-    std::vector<JsonValue> Events() const;
+    std::vector<Json> Events() const;
 
 private:
     pid_t m_pid = -1;
