@@ -26,7 +26,7 @@ std::string FileText(const std::string& iPath) {
 
 CellsimProcess::CellsimProcess(const std::string& iBinary, const std::string& iNamespace,
                                const std::string& iInterface, const std::string& iConfig,
-                               bool iFromFile) {
+                               bool iFromFile, const std::vector<std::string>& iOptions) {
     char dir[] = "/tmp/cellsim-run-XXXXXX";
     if (!mkdtemp(dir))
         return;
@@ -55,9 +55,15 @@ CellsimProcess::CellsimProcess(const std::string& iBinary, const std::string& iN
             dup2(out, 1);
         if (err >= 0)
             dup2(err, 2);
-        execlp("ip", "ip", "netns", "exec", iNamespace.c_str(), iBinary.c_str(), "--config",
-               config.c_str(), "--interface", iInterface.c_str(), "--log", m_log.c_str(),
-               static_cast<char*>(nullptr));
+        std::vector<std::string> args = {"ip",       "netns",    "exec", iNamespace,
+                                         iBinary,    "--config", config, "--interface",
+                                         iInterface, "--log",    m_log};
+        args.insert(args.end(), iOptions.begin(), iOptions.end());
+        std::vector<char*> argv;
+        for (std::string& a : args)
+            argv.push_back(&a[0]);
+        argv.push_back(nullptr);
+        execvp("ip", argv.data());
         _exit(127);
     }
     m_pid = pid;
