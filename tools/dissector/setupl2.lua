@@ -148,6 +148,7 @@ local f = {
     padding = ProtoField.bytes("setupl2.padding", "padding"),
     setup_status = ProtoField.uint8("setupl2.setup_status", "status", base.DEC),
     fragment = ProtoField.framenum("setupl2.fragment", "fragment", base.NONE),
+    fragment_data = ProtoField.bytes("setupl2.fragment.data", "fragment data"),
     reassembled_in = ProtoField.framenum("setupl2.reassembled_in", "reassembled in", base.NONE),
     reassembled_length = ProtoField.uint32("setupl2.reassembled.length", "reassembled length",
         base.DEC),
@@ -354,9 +355,14 @@ local function records_count(tree, c, field, width, record_min, what)
     return count:tonumber()
 end
 
+local function plural(n, word)
+    return n .. " " .. word .. (n == 1 and "" or "s")
+end
+
 local function decode_steps(tree, range)
     local c = cursor(range)
     local n = records_count(tree, c, f.steps_count, 4, 2, "step")
+    tree:append_text(": " .. plural(n or 0, "step"))
     for i = 1, n or 0 do
         local r = c:take(2)
         local st = tree:add(f.step, r)
@@ -372,6 +378,7 @@ end
 local function decode_disks(tree, range)
     local c = cursor(range)
     local n = records_count(tree, c, f.disks_count, 8, 24, "disk")
+    tree:append_text(": " .. plural(n or 0, "disk"))
     for i = 1, n or 0 do
         local r = c:take(24)
         local d = tree:add(f.disk, r)
@@ -408,6 +415,7 @@ local function decode_disks1(tree, range)
     local c = cursor(range)
     -- The shortest extended record: three empty strings, the size and the health byte.
     local n = records_count(tree, c, f.disks_count, 8, 15, "disk")
+    tree:append_text(": " .. plural(n or 0, "disk"))
     for i = 1, n or 0 do
         local start = c.off
         if c:left() == 0 then return malformed(tree, "disk " .. i .. " is missing") end
@@ -457,7 +465,9 @@ local function decode_ports(tree, range)
     local c = cursor(range)
     local r = c:take(1)
     if not r then return malformed(tree, "no controller count") end
-    for ci = 1, child_count(tree:add(f.controllers, r), r) do
+    local nc = child_count(tree:add(f.controllers, r), r)
+    tree:append_text(": " .. plural(nc, "controller"))
+    for ci = 1, nc do
         r = c:take(1)
         if not r then return malformed(tree, "controller " .. ci .. " is missing") end
         local ct = tree:add(f.controller, r)
@@ -624,7 +634,7 @@ end
 forget()
 p.init = forget
 
-local function collect(pinfo, key, n, id, body)
+local function collect(pinfo, key, n, id, bytes)
     local part = partial[key]
     local now = pinfo.abs_ts
     if part and now - part.since > PARTIAL_SECONDS then part = nil end
@@ -638,9 +648,7 @@ local function collect(pinfo, key, n, id, body)
         entry.out_of_place = true
         return
     end
-    -- A longer slot marks itself filled with no data, as a receiver does.
-    part.slots[id] = { frame = pinfo.number,
-                       bytes = body:len() <= FRAME_BODY and body:bytes() or ByteArray.new() }
+    part.slots[id] = { frame = pinfo.number, bytes = bytes }
     for i = 1, part.n do
         if not part.slots[i] then return end
     end
@@ -696,9 +704,12 @@ local function dissect_payload(tvb, pinfo, tree, off)
     if version >= 5 and n > 1 then
         local src = tvb:range(6, 6):bytes():tohex()
         local dst = tvb:range(0, 6):bytes():tohex()
+        if body then root:add(f.fragment_data, body) end
         if not pinfo.visited then
-            collect(pinfo, table.concat({ src, dst, opcode, wanted }, "/"), n, id,
-                body or ByteArray.new():tvb("empty")())
+            -- A slot announced longer than a frame holds counts as filled, with no data, as
+            -- a receiver takes it.
+            local bytes = (body and announced <= FRAME_BODY) and body:bytes() or ByteArray.new()
+            collect(pinfo, table.concat({ src, dst, opcode, wanted }, "/"), n, id, bytes)
         end
         local frag = fragments[pinfo.number]
         info = info .. string.format(", fragment %d of %d", id, frag and frag.n or n)

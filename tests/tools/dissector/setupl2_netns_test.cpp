@@ -301,6 +301,12 @@ TEST_F(DissectorNetns, HostileFramesDecodeWithoutALuaError) {
     const u_char* data;
     while (pcap_next_ex(in.get(), &h, &data) == 1) {
         std::vector<unsigned char> frame(data, data + h->caplen);
+        if (ours == 0) {
+            // A tagged copy of the first frame: the payload stands four bytes further on.
+            std::vector<unsigned char> tagged = frame;
+            tagged.insert(tagged.begin() + 12, {0x81, 0x00, 0x00, 0x05});
+            dump(tagged), ++ours;
+        }
         for (size_t cut : {22, 23, 30, 34, 35, 37, 40})
             if (cut < frame.size())
                 dump(std::vector<unsigned char>(frame.begin(), frame.begin() + cut)), ++ours;
@@ -338,5 +344,8 @@ TEST_F(DissectorNetns, HostileFramesDecodeWithoutALuaError) {
     EXPECT_NE(std::string::npos, text.find("Malformed")) << "spoiled frames are marked";
     Frames selected = Fields(hostile, {"frame.number"});
     EXPECT_EQ(ours, selected.size()) << "the filter takes our frames and only those";
+    EXPECT_EQ(
+        1u,
+        Fields(hostile, {"frame.number"}, "vlan.id == 5 && setupl2.checksum.status == 1").size());
     remove(hostile.c_str());
 }
