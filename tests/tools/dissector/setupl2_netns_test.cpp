@@ -67,6 +67,14 @@ service_tag = DSPOIL
 primary = true
 versions = 5
 corrupt_checksum = true
+[controller reversed]
+mac = 02:d1:55:00:04:01
+serial = DR-1
+service_tag = DREV
+primary = true
+versions = 5
+disk_count = 100
+reverse_fragments = true
 )";
 
 // Runs a command, its standard output and error together; oStatus is its exit status.
@@ -140,16 +148,21 @@ protected:
         std::map<std::string, std::shared_ptr<IlswArray>> byTag;
         for (const auto& a : arrays)
             byTag[a->getArrayId()] = a;
-        ASSERT_TRUE(byTag.count("DPAIR") && byTag.count("DDISK")) << "found " << arrays.size();
+        ASSERT_TRUE(byTag.count("DPAIR") && byTag.count("DDISK") && byTag.count("DREV"))
+            << "found " << arrays.size();
         EXPECT_FALSE(byTag.count("DSPOIL")) << "its answers fail the checksum";
         auto pair = byTag["DPAIR"];
         auto disks =
             std::dynamic_pointer_cast<IlswVesperController>(byTag["DDISK"]->getController(0));
         ASSERT_EQ(2u, pair->getControllerCount());
 
-        std::vector<std::shared_ptr<IlswDiskInfo>> list;
-        ASSERT_EQ(0, disks->getDiskInfo(list).resultCode);
-        ASSERT_EQ(200u, list.size());
+        auto reversed =
+            std::dynamic_pointer_cast<IlswVesperController>(byTag["DREV"]->getController(0));
+        for (auto c : {disks, reversed}) {
+            std::vector<std::shared_ptr<IlswDiskInfo>> list;
+            ASSERT_EQ(0, c->getDiskInfo(list).resultCode);
+            ASSERT_EQ(c == disks ? 200u : 100u, list.size());
+        }
         std::shared_ptr<IlswBlinkResponse> blink;
         ASSERT_EQ(0, disks->blinkController(1, blink).resultCode);
         ASSERT_EQ(0, pair->preJoin().resultCode);
@@ -217,8 +230,6 @@ TEST_F(DissectorNetns, EveryExchangeReadsByNameWithItsValues) {
         {"setupl2.opcode == 4", "setupl2.blink_rsp.blink_status", "7"},
         {"setupl2.opcode == 4", "setupl2.blink_rsp.blink_value", "1"},
         {"setupl2.opcode == 13", "setupl2.checksum", "0xfcf0a6c7"},
-        // The disk list, whole only in the frame that completes it: both lists.
-        {"setupl2.opcode == 12 && setupl2.reassembled.length", "setupl2.disks.count", "200,200"},
         // Every message but the spoiled controller's checks out; its own never do.
         {"setupl2.checksum.status && !(eth.src == 02:d1:55:00:03:01)", "setupl2.checksum.status",
          "1"},
@@ -259,24 +270,36 @@ TEST_F(DissectorNetns, EveryExchangeReadsByNameWithItsValues) {
 
 // The disk answer's frames name their place and the frame that completes them.
 TEST_F(DissectorNetns, AMultiFrameAnswerComesTogetherInItsLastFrame) {
-    Frames frames = Fields(kCapture,
-                           {"frame.number", "setupl2.packets", "setupl2.packet_id",
-                            "setupl2.reassembled_in", "setupl2.fragment"},
-                           "setupl2.opcode == 12");
-    ASSERT_GE(frames.size(), 3u);
-    const std::string last = frames.back().at("frame.number");
-    std::string ids, numbers;
-    for (const auto& f : frames) {
-        EXPECT_EQ(std::to_string(frames.size()), f.at("setupl2.packets"));
-        EXPECT_EQ(last, f.at("setupl2.reassembled_in"));
-        ids += (ids.empty() ? "" : ",") + f.at("setupl2.packet_id");
-        numbers += (numbers.empty() ? "" : ",") + f.at("frame.number");
+    struct Case {
+        const char* sender;
+        const char* disks;  // both lists
+        bool reversed;      // the frames went out last first
+    };
+    for (const Case& c : {Case{"02:d1:55:00:02:01", "200,200", false},
+                          Case{"02:d1:55:00:04:01", "100,100", true}}) {
+        Frames frames = Fields(
+            kCapture,
+            {"frame.number", "setupl2.packets", "setupl2.packet_id", "setupl2.reassembled_in",
+             "setupl2.fragment", "setupl2.disks.count", "setupl2.checksum.status"},
+            std::string("setupl2.opcode == 12 && eth.src == ") + c.sender);
+        ASSERT_GE(frames.size(), 3u) << c.sender;
+        const auto& last = frames.back();
+        std::vector<std::string> inIdOrder(frames.size());
+        for (size_t i = 0; i < frames.size(); ++i) {
+            const auto& f = frames[i];
+            EXPECT_EQ(std::to_string(frames.size()), f.at("setupl2.packets"));
+            EXPECT_EQ(std::to_string(c.reversed ? frames.size() - i : i + 1),
+                      f.at("setupl2.packet_id"));
+            EXPECT_EQ(last.at("frame.number"), f.at("setupl2.reassembled_in"));
+            EXPECT_EQ(&f == &last ? c.disks : "", f.at("setupl2.disks.count"));
+            inIdOrder[std::stoul(f.at("setupl2.packet_id")) - 1] = f.at("frame.number");
+        }
+        std::string fragments;
+        for (const auto& n : inIdOrder)
+            fragments += (fragments.empty() ? "" : ",") + n;
+        EXPECT_EQ(fragments, last.at("setupl2.fragment")) << c.sender;
+        EXPECT_EQ("1", last.at("setupl2.checksum.status")) << c.sender;
     }
-    std::string expected;
-    for (size_t i = 1; i <= frames.size(); ++i)
-        expected += (i > 1 ? "," : "") + std::to_string(i);
-    EXPECT_EQ(expected, ids);
-    EXPECT_EQ(numbers, frames.back().at("setupl2.fragment"));
 }
 
 // Every recorded frame cut short and spoiled at random, plus frames of others: no Lua error,
