@@ -23,7 +23,7 @@ std::unique_ptr<CSimPcap> CSimPcap::Open(const std::string& iPath, size_t iSessi
     }
     pcap_dumper_t* dumper = pcap_dump_open(dead, iPath.c_str());
     if (!dumper) {
-        oError = "cannot write the capture file " + iPath + ": " + pcap_geterr(dead);
+        oError = std::string("cannot write the capture file: ") + pcap_geterr(dead);
         pcap_close(dead);
         return nullptr;
     }

@@ -243,7 +243,9 @@ TEST_F(DissectorNetns, EveryExchangeReadsByNameWithItsValues) {
             EXPECT_EQ(c.value, f.at(c.field)) << c.filter << ", frame " << f.at("frame.number");
     }
 
-    // The capture keeps the order of the wire: no Hello answer before its request.
+    // Two discoveries of two Hellos, each written once though every controller's session
+    // read it, and no Hello answer before its request.
+    EXPECT_EQ(4u, Fields(kCapture, {"frame.number"}, "setupl2.opcode == 1").size());
     std::set<std::string> asked;
     for (const auto& f :
          Fields(kCapture, {"setupl2.opcode", "setupl2.version"}, "setupl2.opcode <= 2")) {
