@@ -168,7 +168,7 @@ local f = {
     disk_product = ProtoField.string("setupl2.disk.product", "product"),
     disk_revision = ProtoField.string("setupl2.disk.revision", "revision"),
     disk_size = ProtoField.int64("setupl2.disk.size", "disksize", base.DEC),
-    disk_healthy = ProtoField.uint8("setupl2.disk.healthy", "healthy", base.DEC),
+    disk_healthy = ProtoField.bool("setupl2.disk.healthy", "healthy", base.NONE),
 
     controllers = ProtoField.uint8("setupl2.ports.controllers", "numberOfControllers", base.DEC),
     controller = ProtoField.none("setupl2.ports.controller", "controller"),
@@ -180,7 +180,7 @@ local f = {
     fd_gateway = ProtoField.ipv4("setupl2.fd.gateway", "faultDomainGatewayIpV4"),
     fd_ports = ProtoField.uint8("setupl2.fd.ports", "numberOfPorts", base.DEC),
     fd_transport = ProtoField.uint8("setupl2.fd.transport", "transportType", base.DEC),
-    fd_embedded = ProtoField.uint8("setupl2.fd.embedded", "embedded", base.DEC),
+    fd_embedded = ProtoField.bool("setupl2.fd.embedded", "embedded", base.NONE),
     port = ProtoField.none("setupl2.port", "port"),
     port_slot = ProtoField.uint8("setupl2.port.slot", "slotNumber", base.DEC),
     port_ip = ProtoField.ipv4("setupl2.port.ip", "portIpV4"),
@@ -189,8 +189,8 @@ local f = {
     port_transport = ProtoField.uint8("setupl2.port.transport", "transportType", base.DEC),
     port_location = ProtoField.uint8("setupl2.port.location", "portLocation", base.DEC),
     port_slot_port = ProtoField.uint8("setupl2.port.slot_port", "slotPortNumber", base.DEC),
-    port_configured = ProtoField.uint8("setupl2.port.configured", "isConfigured", base.DEC),
-    port_embedded = ProtoField.uint8("setupl2.port.embedded", "isEmbedded", base.DEC),
+    port_configured = ProtoField.bool("setupl2.port.configured", "isConfigured", base.NONE),
+    port_embedded = ProtoField.bool("setupl2.port.embedded", "isEmbedded", base.NONE),
     port_network = ProtoField.uint8("setupl2.port.network", "network", base.DEC),
     port_status = ProtoField.uint8("setupl2.port.status", "status", base.DEC),
     port_controller = ProtoField.int64("setupl2.port.controller_index", "controllerIndex",
@@ -323,7 +323,7 @@ function Cursor:rest()
     return self:left() > 0 and self.r:range(self.off) or nil
 end
 
--- Adds iField over the next n bytes (little-endian when le); false when they are not there.
+-- Adds field over the next n bytes (little-endian when le); nil when they are not there.
 local function add_next(tree, c, field, n, le, what)
     local r = c:take(n)
     if not r then
@@ -613,8 +613,14 @@ local function decode_message(tree, item, data, opcode, wanted)
     end
     local count = decode_block(mt, data, opcode)
     mt:set_text(string.format("Message: %d entr%s", count, count == 1 and "y" or "ies"))
-    local total = data:len() >= 2 and data:range(0, 2):uint() or 0
-    local raw = (total >= 2 and total <= data:len()) and data:range(0, total):raw() or nil
+    -- A receiver sums the bytes in use as its buffer holds them: zeros past what arrived.
+    local raw = nil
+    if data:len() >= 2 then
+        local total = data:range(0, 2):uint()
+        local held = math.min(total, data:len())
+        raw = (held > 0 and data:range(0, held):raw() or "") ..
+            string.rep("\0", total - held)
+    end
     return string.format(", %d entr%s", count, count == 1 and "y" or "ies"),
         show_checksum(tree, item, wanted, raw)
 end
