@@ -355,6 +355,25 @@ TEST_F(DissectorNetns, HostileFramesDecodeWithoutALuaError) {
             f.push_back(static_cast<unsigned char>(random() % 4 ? random() % 8 : random()));
         dump(f), ++ours;
     }
+    // Whole messages of one packed record each, whose counts and lengths are mostly small
+    // and sometimes anything: ports of a Hello answer, steps, disk lists plain and extended.
+    const std::pair<unsigned char, unsigned char> records[] = {{2, 35}, {10, 3}, {12, 2}, {12, 3}};
+    for (int i = 0; i < 400; ++i) {
+        const auto& record = records[i % 4];
+        std::vector<unsigned char> value;
+        for (size_t n = random() % 64; n > 0; --n)
+            value.push_back(static_cast<unsigned char>(random() % 4 ? random() % 3 : random()));
+        const size_t total = 5 + value.size(), body = std::max<size_t>(total, 34);
+        auto hi = [](size_t v) { return static_cast<unsigned char>(v >> 8); };
+        auto lo = [](size_t v) { return static_cast<unsigned char>(v & 0xff); };
+        std::vector<unsigned char> f = head;
+        f[12] = hi(20 + body), f[13] = lo(20 + body);
+        f.insert(f.end(), {0, 5, 0, record.first, hi(body), lo(body), 1, 1, 0, 0, 0, 0, hi(total),
+                           lo(total), record.second, hi(value.size()), lo(value.size())});
+        f.insert(f.end(), value.begin(), value.end());
+        f.resize(22 + 12 + body);
+        dump(f), ++ours;
+    }
     std::vector<unsigned char> otherPid = head;
     otherPid[21] = 2;
     otherPid.resize(80);
