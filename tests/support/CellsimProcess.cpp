@@ -33,7 +33,7 @@ std::string FileText(const std::string& iPath) {
 
 CellsimProcess::CellsimProcess(const std::string& iBinary, const std::string& iNamespace,
                                const std::string& iInterface, const std::string& iConfig,
-                               bool iFromFile) {
+                               bool iFromFile, const std::vector<std::string>& iOptions) {
     char dir[] = "/tmp/cellsim-run-XXXXXX";
     if (!mkdtemp(dir))
         return;
@@ -65,9 +65,15 @@ CellsimProcess::CellsimProcess(const std::string& iBinary, const std::string& iN
         // Its trace goes into the private directory too, never a file another test writes.
         if (chdir(m_dir.c_str()) != 0 || setenv("HOME", m_dir.c_str(), 1) != 0)
             _exit(127);
-        execlp("ip", "ip", "netns", "exec", iNamespace.c_str(), iBinary.c_str(), "--config",
-               config.c_str(), "--interface", iInterface.c_str(), "--log", m_log.c_str(),
-               static_cast<char*>(nullptr));
+        std::vector<std::string> args = {"ip",       "netns",    "exec", iNamespace,
+                                         iBinary,    "--config", config, "--interface",
+                                         iInterface, "--log",    m_log};
+        args.insert(args.end(), iOptions.begin(), iOptions.end());
+        std::vector<char*> argv;
+        for (std::string& a : args)
+            argv.push_back(&a[0]);
+        argv.push_back(nullptr);
+        execvp("ip", argv.data());
         _exit(127);
     }
     m_pid = pid;

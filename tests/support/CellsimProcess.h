@@ -18,9 +18,10 @@ public:
     // Starts iBinary in iNamespace on iInterface. iConfig is the INI text, or with iFromFile
     // the path of a file. The log, the program's output and the written INI live in a private
     // directory that goes with the object; the program is killed then if still running.
+    // iOptions go on the command line after the others.
     CellsimProcess(const std::string& iBinary, const std::string& iNamespace,
                    const std::string& iInterface, const std::string& iConfig,
-                   bool iFromFile = false);
+                   bool iFromFile = false, const std::vector<std::string>& iOptions = {});
     ~CellsimProcess();
     CellsimProcess(const CellsimProcess&) = delete;
     CellsimProcess& operator=(const CellsimProcess&) = delete;

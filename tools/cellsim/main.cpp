@@ -19,6 +19,7 @@
 #include "SimController.h"
 #include "SimEventLog.h"
 #include "SimKey.h"
+#include "SimPcap.h"
 #include "SimResponder.h"
 
 namespace {
@@ -39,6 +40,8 @@ Options:
   -i, --interface NAME   answer on this interface; overrides "interface" in the file
   -l, --log FILE         write one JSON object per line for every message received and
                          every reply sent (emptied at start, flushed line by line)
+  -p, --pcap FILE        write every frame received and sent to a capture file (pcap,
+                         Ethernet), for Wireshark or tshark
   -q, --quiet            no line per exchange on standard output
   -d, --duration SECS    stop by itself after SECS seconds; otherwise run until SIGINT or
                          SIGTERM
@@ -118,13 +121,14 @@ SetManagementIPAddress, ConfigureKeyManagementServer; statuses: Complete, InProg
 ConfiguredNotRun, Failed, NotConfigured.
 
 Exit status: 0 after a clean stop (or a good --check), 1 when it could not start (capture
-session, key, log file), 2 for a bad command line or a refused configuration file.
+session, key, log or capture file), 2 for a bad command line or a refused configuration file.
 )";
 
 struct Options {
     std::string config;
     std::string interface;
     std::string log;
+    std::string pcap;
     bool quiet = false;
     bool check = false;
     long duration = 0;
@@ -140,6 +144,7 @@ int ParseOptions(int argc, char** argv, Options& oOptions, bool& oDone) {
     static const struct option kLong[] = {{"config", required_argument, nullptr, 'c'},
                                           {"interface", required_argument, nullptr, 'i'},
                                           {"log", required_argument, nullptr, 'l'},
+                                          {"pcap", required_argument, nullptr, 'p'},
                                           {"quiet", no_argument, nullptr, 'q'},
                                           {"duration", required_argument, nullptr, 'd'},
                                           {"check", no_argument, nullptr, 'C'},
@@ -148,7 +153,7 @@ int ParseOptions(int argc, char** argv, Options& oOptions, bool& oDone) {
     oDone = false;
     opterr = 0;
     int opt;
-    while ((opt = getopt_long(argc, argv, ":c:i:l:qd:h", kLong, nullptr)) != -1) {
+    while ((opt = getopt_long(argc, argv, ":c:i:l:p:qd:h", kLong, nullptr)) != -1) {
         switch (opt) {
             case 'c':
                 oOptions.config = optarg;
@@ -158,6 +163,9 @@ int ParseOptions(int argc, char** argv, Options& oOptions, bool& oDone) {
                 break;
             case 'l':
                 oOptions.log = optarg;
+                break;
+            case 'p':
+                oOptions.pcap = optarg;
                 break;
             case 'q':
                 oOptions.quiet = true;
@@ -269,6 +277,13 @@ int main(int argc, char** argv) {
         return kExitFailure;
     }
 
+    std::unique_ptr<CSimPcap> pcap;
+    if (!options.pcap.empty() &&
+        !(pcap = CSimPcap::Open(options.pcap, config.controllers.size(), error))) {
+        fprintf(stderr, "cellsim: %s\n", error.c_str());
+        return kExitFailure;
+    }
+
     std::vector<std::unique_ptr<CSimRsaKey>> keys;
     for (const auto& c : config.controllers) {
         std::unique_ptr<CSimRsaKey> key = CSimRsaKey::Generate(error);
@@ -299,10 +314,13 @@ int main(int argc, char** argv) {
             return kExitFailure;
         }
         device->setfilter(kTemplate, kTemplate + 14);
+        std::unique_ptr<CL2> session = std::move(device);
+        if (pcap)
+            session = std::make_unique<CSimRecordingDevice>(std::move(session), *pcap);
         controllers.push_back(std::make_unique<CSimController>(
             cell, i, log, [&stop](unsigned iMs) { return stop.WaitFor(iMs); }));
         responders.push_back(
-            std::make_unique<CSimResponder>(*controllers.back(), std::move(device), stop));
+            std::make_unique<CSimResponder>(*controllers.back(), std::move(session), stop));
     }
     for (auto& r : responders)
         r->Start();
