@@ -8,6 +8,7 @@
 #include <google/protobuf/util/delimited_message_util.h>
 #include <netinet/in.h>
 #include <poll.h>
+#include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -267,8 +268,11 @@ void GPBComEndpoint::CloseSocket(int iFd) {
 }
 
 void GPBComEndpoint::UnlinkDomainSocketFile() const {
-    if (IsLocal()) {
-        unlink(reinterpret_cast<const sockaddr_un*>(&addr)->sun_path);
+    // Only a socket: a wrong path must not cost anyone a file.
+    const char* path = reinterpret_cast<const sockaddr_un*>(&addr)->sun_path;
+    struct stat status;
+    if (IsLocal() && lstat(path, &status) == 0 && S_ISSOCK(status.st_mode)) {
+        unlink(path);
     }
 }
 

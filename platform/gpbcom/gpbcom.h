@@ -122,7 +122,7 @@ public:
     void ReceiveMessage(google::protobuf::Message& oReply) { RecvGPBMsg(oReply); }
 };
 
-// The listening side: bound to the endpoint's path (a stale file there is replaced) and
+// The listening side: bound to the endpoint's path (a stale socket there is replaced) and
 // removed again with the server. Each accepted connection serves one request.
 class GPBComServer : public GPBComSocket {
 public:
