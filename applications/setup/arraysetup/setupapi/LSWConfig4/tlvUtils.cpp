@@ -589,7 +589,7 @@ void DISKConfigExtra1DataWriter::AddDisk(const RAWDiskDataExtra1& iDisk) {
 
 // ---- Controller-info blocks -------------------------------------------------------------
 
-ControllerInfo::ControllerInfo() : mControllerTlv(MAX_TLV_DATA_SIZE) {}
+ControllerInfo::ControllerInfo(uint16_t iLength) : mControllerTlv(iLength) {}
 
 namespace {
 
@@ -630,7 +630,7 @@ void ControllerInfoRawConverter::Convert(RAWStream& ioStream) {
             ioStream.Fail();
             break;
         }
-        auto controller = std::make_unique<ControllerInfo>();
+        auto controller = std::make_unique<ControllerInfo>(static_cast<uint16_t>(length));
         controller->mControllerTlv.appendTlvDataFromMessage(ioStream.Position(),
                                                             static_cast<uint16_t>(length));
         ioStream.Skip(length);
@@ -657,8 +657,9 @@ void ControllerInfoDataWriter::PackData(RAWStream& ioStream) {
 }
 
 void ControllerInfoDataWriter::AddController(const SETUPTlv& iBlock) {
-    auto controller = std::make_unique<ControllerInfo>();
     size_t bytes = BlockBytes(iBlock);
+    auto controller =
+        std::make_unique<ControllerInfo>(static_cast<uint16_t>(std::max<size_t>(bytes, 2)));
     if (bytes >= 2)
         controller->mControllerTlv.appendTlvDataFromMessage(iBlock.getTlvBuffer(),
                                                             static_cast<uint16_t>(bytes));

@@ -484,10 +484,11 @@ public:
 
 // ---- Controller-info blocks -------------------------------------------------------------
 
-// One controller's TLV block. Not copyable: a copy of a block this size keeps only its
-// enforced capacity, and a received block may be longer than that.
+// One controller's TLV block, sized to the block's own length: a list of thousands of
+// two-byte blocks must cost thousands of small buffers, not of whole message buffers. Not
+// copyable: a copy keeps only the enforced capacity.
 struct ControllerInfo {
-    ControllerInfo();
+    explicit ControllerInfo(uint16_t iLength);
     ControllerInfo(const ControllerInfo&) = delete;
     ControllerInfo& operator=(const ControllerInfo&) = delete;
 
