@@ -123,7 +123,8 @@ void rawConverterString(RAWStream& ioStream, std::string& ioText) {
         ioStream.PutBytes(ioText.data(), ioText.size());
         return;
     }
-    unsigned char length[2];
+    // Zero when the value ends before its length: nothing is moved then.
+    unsigned char length[2] = {};
     ioStream.MoveBytes(length, 2);
     ioStream.ReadString(ioText, static_cast<size_t>(length[0] | (length[1] << 8)));
 }

@@ -33,6 +33,20 @@ void* operator new(size_t iSize) {
 void* operator new[](size_t iSize) {
     return operator new(iSize);
 }
+void* operator new(size_t iSize, const std::nothrow_t&) noexcept {
+    if (g_Counting.load(std::memory_order_relaxed))
+        g_NewBytes.fetch_add(iSize, std::memory_order_relaxed);
+    return malloc(iSize ? iSize : 1);
+}
+void* operator new[](size_t iSize, const std::nothrow_t& iTag) noexcept {
+    return operator new(iSize, iTag);
+}
+void operator delete(void* iPtr, const std::nothrow_t&) noexcept {
+    free(iPtr);
+}
+void operator delete[](void* iPtr, const std::nothrow_t&) noexcept {
+    free(iPtr);
+}
 void operator delete(void* iPtr) noexcept {
     free(iPtr);
 }
