@@ -23,6 +23,8 @@ namespace {
 // A flood of answers must not exhaust memory: a version 5 answer holds a buffer of 373248
 // bytes. No segment has anywhere near this many controllers.
 const size_t kMaxHelloAnswers = 256;
+// At most ten failed reads a second while Hello answers are collected.
+const long long kFailedReadGapMs = 100;
 
 // Every read below goes through the entry's bounded cursor, so an entry shorter than its
 // code implies reads as nothing and leaves its field as it was.
@@ -413,12 +415,24 @@ int CHello4::run(DEVICEIoHandler& iDev, std::list<std::shared_ptr<IlswController
     const time_t start = ZelClock::Now();
     long count = 0;
     bool floodTraced = false;
+    // A device that fails at once would have this loop spin for the whole discovery and
+    // trace on every pass: failed reads start at least kFailedReadGapMs apart.
+    long long lastFailedReadMs = -1;
     for (;;) {
         ++count;
         if (count % 100 == 0)
             ZelOutputDebugPrint(HERE, "Read count = %ld", count);
+        if (lastFailedReadMs >= 0) {
+            long long wait = lastFailedReadMs + kFailedReadGapMs - ZelClock::NowMs();
+            if (wait > 0)
+                ZelClock::Pause(static_cast<unsigned int>(wait));
+        }
+        const long long readMs = ZelClock::NowMs();
         std::shared_ptr<SetupAPIMessage> msg;
-        handler.ReadSetupAPIMessage(iDev, msg, timeout, false);
+        SetupAPIMessageHandler::ReadResult result =
+            handler.ReadSetupAPIMessage(iDev, msg, timeout, false);
+        lastFailedReadMs =
+            result == SetupAPIMessageHandler::ERROR_IOHANDLER_READ_PACKET ? readMs : -1;
         if (ZelClock::Now() - start > timeout) {
             ZelOutputDebugPrint(HERE, "Discovery timed out after %d seconds", timeout);
             break;

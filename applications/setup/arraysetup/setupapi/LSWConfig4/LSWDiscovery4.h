@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "LSWConfig4/LSWConfigAPI.h"
+#include "LSWConfig4/LSWExchange.h"
 #include "LSWConfig4/setupMessage.h"
 #include "LSWConfig4/setupMsgV4.h"
 #include "LSWConfig4/tlvUtils.h"
@@ -108,38 +109,29 @@ private:
 };
 
 // One setup request to one controller, and its one-byte status.
-class CSetup {
+class CSetup : public CUnicastExchange {
 public:
     CSetup(CZelAdapter* iAdapter, SETUPRequest* iRequest, const unsigned char* iMac);
     ~CSetup();
-    CSetup(const CSetup&) = delete;
-    CSetup& operator=(const CSetup&) = delete;
 
     int run(int setup_timeout);
     // The same from the null-request test on, over a session already open and filtered.
     int run(DEVICEIoHandler& iDev, int timeout);
-    STRING diag() const { return m_diagnostic; }
+    using CUnicastExchange::diag;
     int GetStatus() const { return m_status; }
     int packet_handler(std::shared_ptr<SETUPResponse> resp);
     bool validatePkt(std::shared_ptr<SETUPResponse> resp);
 
 private:
-    CZelAdapter* m_adapter;
     int m_status = -1;
-    char m_diagnostic[SETUP_MSG_SETUP_RSP_DIAG_SIZE] = {};
-    std::unique_ptr<CL2> m_dev;
-    unsigned char m_mac[6] = {};
-    SETUPRequest* m_request;
 };
 
 // One configuration status poll.
-class CPollMsg {
+class CPollMsg : public CUnicastExchange {
 public:
     CPollMsg(CZelAdapter* iAdapter, CONFIGURATIONStatusRequest* iRequest,
              const unsigned char* iMac);
     ~CPollMsg();
-    CPollMsg(const CPollMsg&) = delete;
-    CPollMsg& operator=(const CPollMsg&) = delete;
 
     int run(int timeout);
     // The same from the null-request test on, over a session already open and filtered.
@@ -150,29 +142,22 @@ public:
     }
     unsigned int GetOrchestratorState() const { return m_OrchestratorState; }
     CONFIGURATIONStepReader& GetConfigurationStepReader() { return m_Reader; }
-    STRING diag() const { return m_diagnostic; }
+    using CUnicastExchange::diag;
     long int packet_handler(const std::shared_ptr<SetupAPIMessage>& msg);
     bool validatePkt(const std::shared_ptr<SetupAPIMessage>& msg);
 
 private:
-    std::unique_ptr<CL2> m_dev;
-    CZelAdapter* m_adapter;
-    unsigned char m_mac[6] = {};
-    CONFIGURATIONStatusRequest* m_request;
     uint32_t m_ConfigStatusResponse = 0;
     uint32_t m_OrchestratorState = 0;
     STRING m_errorMessage;
     CONFIGURATIONStepReader m_Reader;
-    char m_diagnostic[SETUP_MSG_SETUP_RSP_DIAG_SIZE] = {};
 };
 
 // One disk list request; the answer may carry the plain and the extended list.
-class CDiskInfo {
+class CDiskInfo : public CUnicastExchange {
 public:
     CDiskInfo(CZelAdapter* iAdapter, DISKConfigurationRequest* iRequest, const unsigned char* iMac);
     ~CDiskInfo();
-    CDiskInfo(const CDiskInfo&) = delete;
-    CDiskInfo& operator=(const CDiskInfo&) = delete;
 
     int run(int timeout);
     // The same from the null-request test on, over a session already open and filtered.
@@ -182,67 +167,48 @@ public:
     DISKConfigExtra1DataReader& GetDiskConfigExtra1DataReader() {
         return m_DiskConfigExtra1DataReader;
     }
-    STRING diag() const { return m_diagnostic; }
+    using CUnicastExchange::diag;
     long int packet_handler(const std::shared_ptr<SetupAPIMessage>& msg);
     bool validatePkt(const std::shared_ptr<SetupAPIMessage>& msg);
 
 private:
-    std::unique_ptr<CL2> m_dev;
-    CZelAdapter* m_adapter;
-    unsigned char m_mac[6] = {};
-    DISKConfigurationRequest* m_request;
     DISKConfigDataReader m_DiskReader;
     DISKConfigExtra1DataReader m_DiskConfigExtra1DataReader;
     uint32_t m_ErrorState = 4294967295u;
-    char m_diagnostic[SETUP_MSG_SETUP_RSP_DIAG_SIZE] = {};
 };
 
 // One blink command and the state it reports back.
-class CBlink4 {
+class CBlink4 : public CUnicastExchange {
 public:
     CBlink4(CZelAdapter* iAdapter, BLINKRequest* iRequest, const unsigned char* iMac);
     ~CBlink4();
-    CBlink4(const CBlink4&) = delete;
-    CBlink4& operator=(const CBlink4&) = delete;
 
     int run(int timeout);
     // The same from the null-request test on, over a session already open and filtered.
     int run(DEVICEIoHandler& iDev, int timeout);
     int getBlinkValue() const { return m_BlinkValue; }
     int getBlinkStatus() const { return m_status; }
-    STRING diag() const { return m_diagnostic; }
+    using CUnicastExchange::diag;
     int packet_handler(const std::shared_ptr<SetupAPIMessage>& msg);
     bool validatePkt(const std::shared_ptr<SetupAPIMessage>& msg);
 
 private:
-    std::unique_ptr<CL2> m_dev;
-    CZelAdapter* m_adapter;
-    unsigned char m_mac[6] = {};
-    BLINKRequest* m_request;
     int m_status = -1;  // a run without a reply reports a failure, not a 0
     int m_BlinkValue = 0;
-    char m_diagnostic[SETUP_MSG_SETUP_RSP_DIAG_SIZE] = {};
 };
 
 // Fire and forget: nothing comes back.
-class CPreJoin {
+class CPreJoin : public CUnicastExchange {
 public:
     CPreJoin(CZelAdapter* iAdapter, PREJOINRequest* iRequest, const unsigned char* iMac);
     ~CPreJoin();
-    CPreJoin(const CPreJoin&) = delete;
-    CPreJoin& operator=(const CPreJoin&) = delete;
 
     int run();
     // The same from the null-request test on, over a session already open and filtered.
     int run(DEVICEIoHandler& iDev);
 
 private:
-    CZelAdapter* m_adapter;
-    std::unique_ptr<CL2> m_dev;
     uint32_t m_mask = 0;
-    unsigned char m_mac[6] = {};
-    char m_diagnostic[SETUP_MSG_SETUP_RSP_DIAG_SIZE] = {};
-    PREJOINRequest* m_request;
 };
 
 #endif

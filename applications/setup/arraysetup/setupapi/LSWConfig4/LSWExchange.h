@@ -8,9 +8,11 @@
 
 #include <functional>
 #include <memory>
+#include <string>
 
 #include "LSWConfig4/SetupTLV.h"
 #include "LSWConfig4/setupMessageHandler.h"
+#include "LSWConfig4/setupMsgV4.h"
 
 class CL2;
 class CZelAdapter;
@@ -18,7 +20,8 @@ class DEVICEIoHandler;
 class SetupAPIMessage;
 
 // How one exchange words each failure. A null text is neither written nor traced. The
-// traces of the opening steps may hold one "%s", the adapter's capture name.
+// traces of the opening steps may hold one "%s", the adapter's capture name. Rows are
+// written with their field names.
 struct UNICASTWording {
     const char* request;   // "Sending <request> request to: ..."
     const char* openDiag;  // no session on the adapter
@@ -71,6 +74,46 @@ int OpenUnicastSession(CZelAdapter* iAdapter, const UNICASTWording& iWording,
 int ConverseUnicast(DEVICEIoHandler& iDev, SetupAPIMessage* ioRequest, const unsigned char* iMac,
                     const UNICASTWording& iWording, const UNICASTReply* iReply, int iTimeout,
                     char* oDiag);
+
+// What the unicast exchanges hold and do alike: the adapter, the session opened on it, the
+// controller's address, the request (not owned) and the diagnostic text; opening the session,
+// and sending the request and reading the reply as the wording says. Each exchange adds its
+// own reading of the reply.
+class CUnicastExchange {
+public:
+    CUnicastExchange(const CUnicastExchange&) = delete;
+    CUnicastExchange& operator=(const CUnicastExchange&) = delete;
+
+protected:
+    CUnicastExchange(CZelAdapter* iAdapter, SetupAPIMessage* iRequest, const unsigned char* iMac,
+                     const UNICASTWording& iWording);
+    ~CUnicastExchange();
+
+    std::string diag() const { return m_diagnostic; }
+    // Opens the session into m_dev: 0, or the wording's result of the step that failed.
+    // oDiag (m_diagnostic unless told) takes the wording's text; null writes none.
+    int OpenSession(char* oDiag);
+    int OpenSession() { return OpenSession(m_diagnostic); }
+    // ConverseUnicast with this exchange's request, address and wording.
+    int Converse(DEVICEIoHandler& iDev, const UNICASTReply* iReply, int iTimeout, char* oDiag);
+    // The reading of an exchange whose reply is a whole message: one read of the message
+    // layer with the checksum compared, then the exchange's validatePkt and packet_handler.
+    template <typename Exchange>
+    int ConverseForMessage(Exchange& ioSelf, DEVICEIoHandler& iDev, int iTimeout);
+    // Whether a reply is there, of a version we speak, with this opcode.
+    template <typename Message>
+    static bool IsReply(const std::shared_ptr<Message>& iMsg, unsigned short iOpcode) {
+        return iMsg && PAYLOADHeader::MessageVersionSupported(iMsg->m_version) &&
+               iMsg->m_opcode == iOpcode;
+    }
+
+    CZelAdapter* m_adapter;
+    std::unique_ptr<CL2> m_dev;
+    unsigned char m_mac[6] = {};
+    SetupAPIMessage* m_request;
+    char m_diagnostic[SETUP_MSG_SETUP_RSP_DIAG_SIZE] = {};
+    const UNICASTWording& m_wording;
+};
 
 // Adds the locale to a request as entry iCode, cut as a 256-byte field would keep it; an
 // empty locale adds nothing. False when the entry did not fit.

@@ -23,87 +23,87 @@ const char* const g_ChecksumDiag =
     "Unexpected Error: checksum error occurred while reading the response.";
 
 const UNICASTWording g_SetupWording = {
-    "Setup",
-    "Unexpected Error: CL2::GetInterface failed.",
-    "Unexpected Error: CL2::GetInterface failed for %s",
-    -1,
-    "Unexpected Error: SetFilter failed.",
-    "Unexpected Error: SetFilter failed for %s",
-    -1,
-    "m_request is NULL",
-    "Unexpected Error: Send config frame failed.",
-    "Unexpected Error: Write Frame failed for %s",
-    "Unexpected Error: setup response was empty.",
-    "Setup request timed out.",
-    "Error: Setup timeout after %d seconds.",
+    .request = "Setup",
+    .openDiag = "Unexpected Error: CL2::GetInterface failed.",
+    .openTrace = "Unexpected Error: CL2::GetInterface failed for %s",
+    .openResult = -1,
+    .filterDiag = "Unexpected Error: SetFilter failed.",
+    .filterTrace = "Unexpected Error: SetFilter failed for %s",
+    .filterResult = -1,
+    .nullRequestTrace = "m_request is NULL",
+    .sendDiag = "Unexpected Error: Send config frame failed.",
+    .sendTrace = "Unexpected Error: Write Frame failed for %s",
+    .emptyDiag = "Unexpected Error: setup response was empty.",
+    .timedOutDiag = "Setup request timed out.",
+    .timedOutTrace = "Error: Setup timeout after %d seconds.",
 };
 
 // The poll never had a request test; a null request is refused all the same rather than
 // followed.
 const UNICASTWording g_PollWording = {
-    "Poll",
-    nullptr,
-    "CL2::GetInterface failed",
-    -1,
-    nullptr,
-    "setfilter failed",
-    -1,
-    "m_request is NULL",
-    nullptr,
-    "Error sending the frame",
-    "Unexpected Error: Poll response was empty.",
-    "Poll request timed out.",
-    "Error: Poll request timeout after %d seconds.",
+    .request = "Poll",
+    .openDiag = nullptr,
+    .openTrace = "CL2::GetInterface failed",
+    .openResult = -1,
+    .filterDiag = nullptr,
+    .filterTrace = "setfilter failed",
+    .filterResult = -1,
+    .nullRequestTrace = "m_request is NULL",
+    .sendDiag = nullptr,
+    .sendTrace = "Error sending the frame",
+    .emptyDiag = "Unexpected Error: Poll response was empty.",
+    .timedOutDiag = "Poll request timed out.",
+    .timedOutTrace = "Error: Poll request timeout after %d seconds.",
 };
 
 // The timeout trace says Blink here too: the text came over with the code.
 const UNICASTWording g_DiskInfoWording = {
-    "DiskInfo",
-    nullptr,
-    "CL2::GetInterface failed",
-    -1,
-    nullptr,
-    "setfilter failed",
-    -1,
-    "m_request is NULL",
-    nullptr,
-    "Error sending the frame",
-    "Unexpected Error: DiskInfo response was empty.",
-    "DiskInfo request timed out.",
-    "Error: Blink timeout after %d seconds.",
+    .request = "DiskInfo",
+    .openDiag = nullptr,
+    .openTrace = "CL2::GetInterface failed",
+    .openResult = -1,
+    .filterDiag = nullptr,
+    .filterTrace = "setfilter failed",
+    .filterResult = -1,
+    .nullRequestTrace = "m_request is NULL",
+    .sendDiag = nullptr,
+    .sendTrace = "Error sending the frame",
+    .emptyDiag = "Unexpected Error: DiskInfo response was empty.",
+    .timedOutDiag = "DiskInfo request timed out.",
+    .timedOutTrace = "Error: Blink timeout after %d seconds.",
 };
 
 const UNICASTWording g_BlinkWording = {
-    "Blink",
-    nullptr,
-    "CL2::GetInterface failed",
-    -1,
-    nullptr,
-    "setfilter failed",
-    -1,
-    "m_request is NULL",
-    nullptr,
-    "Error sending the frame",
-    "Unexpected Error: blink response was empty.",
-    "Blink request timed out.",
-    "Error: Blink timeout after %d seconds.",
+    .request = "Blink",
+    .openDiag = nullptr,
+    .openTrace = "CL2::GetInterface failed",
+    .openResult = -1,
+    .filterDiag = nullptr,
+    .filterTrace = "setfilter failed",
+    .filterResult = -1,
+    .nullRequestTrace = "m_request is NULL",
+    .sendDiag = nullptr,
+    .sendTrace = "Error sending the frame",
+    .emptyDiag = "Unexpected Error: blink response was empty.",
+    .timedOutDiag = "Blink request timed out.",
+    .timedOutTrace = "Error: Blink timeout after %d seconds.",
 };
 
 // Nothing comes back, so nothing is read. The opening failures answer as the Hello's do.
 const UNICASTWording g_PreJoinWording = {
-    "PreJoin",
-    nullptr,
-    "CL2::GetInterface failed",
-    1004,
-    nullptr,
-    "setfilter failed",
-    1005,
-    "Request is NULL",
-    nullptr,
-    "Error sending the frame",
-    nullptr,
-    nullptr,
-    nullptr,
+    .request = "PreJoin",
+    .openDiag = nullptr,
+    .openTrace = "CL2::GetInterface failed",
+    .openResult = 1004,
+    .filterDiag = nullptr,
+    .filterTrace = "setfilter failed",
+    .filterResult = 1005,
+    .nullRequestTrace = "Request is NULL",
+    .sendDiag = nullptr,
+    .sendTrace = "Error sending the frame",
+    .emptyDiag = nullptr,
+    .timedOutDiag = nullptr,
+    .timedOutTrace = nullptr,
 };
 
 // ---- The shape --------------------------------------------------------------------------
@@ -157,23 +157,6 @@ int ReadUnicastReply(DEVICEIoHandler& iDev, SetupAPIMessageHandler& ioHandler,
         if (iReply.handle() == 0)
             return 0;
     }
-}
-
-// The reading of the exchanges whose reply is a whole message: one read of the message
-// layer, checksum compared, then the exchange's own test and handler.
-template <typename Exchange>
-int ConverseForMessage(Exchange& ioExchange, DEVICEIoHandler& iDev, SetupAPIMessage* ioRequest,
-                       const unsigned char* iMac, const UNICASTWording& iWording, int iTimeout,
-                       char* oDiag) {
-    std::shared_ptr<SetupAPIMessage> msg;
-    UNICASTReply reply{
-        [&](SetupAPIMessageHandler& h, DEVICEIoHandler& d, int t) {
-            return h.ReadSetupAPIMessage(d, msg, t, false);
-        },
-        [&] { return ioExchange.validatePkt(msg); },
-        [&] { return static_cast<long>(ioExchange.packet_handler(msg)); },
-    };
-    return ConverseUnicast(iDev, ioRequest, iMac, iWording, &reply, iTimeout, oDiag);
 }
 
 }  // namespace
@@ -240,18 +223,48 @@ void TraceSource(const MESSAGEHeader& iHdr) {
                         iHdr.shost[5]);
 }
 
-// ---- CSetup -----------------------------------------------------------------------------
+// ---- The common part -------------------------------------------------------------------
 
-CSetup::CSetup(CZelAdapter* iAdapter, SETUPRequest* iRequest, const unsigned char* iMac)
-    : m_adapter(iAdapter), m_request(iRequest) {
+CUnicastExchange::CUnicastExchange(CZelAdapter* iAdapter, SetupAPIMessage* iRequest,
+                                   const unsigned char* iMac, const UNICASTWording& iWording)
+    : m_adapter(iAdapter), m_request(iRequest), m_wording(iWording) {
     if (iMac)
         memcpy(m_mac, iMac, sizeof(m_mac));
 }
 
+CUnicastExchange::~CUnicastExchange() = default;
+
+int CUnicastExchange::OpenSession(char* oDiag) {
+    return OpenUnicastSession(m_adapter, m_wording, m_dev, oDiag);
+}
+
+int CUnicastExchange::Converse(DEVICEIoHandler& iDev, const UNICASTReply* iReply, int iTimeout,
+                               char* oDiag) {
+    return ConverseUnicast(iDev, m_request, m_mac, m_wording, iReply, iTimeout, oDiag);
+}
+
+template <typename Exchange>
+int CUnicastExchange::ConverseForMessage(Exchange& ioSelf, DEVICEIoHandler& iDev, int iTimeout) {
+    std::shared_ptr<SetupAPIMessage> msg;
+    UNICASTReply reply{
+        [&](SetupAPIMessageHandler& h, DEVICEIoHandler& d, int t) {
+            return h.ReadSetupAPIMessage(d, msg, t, false);
+        },
+        [&] { return ioSelf.validatePkt(msg); },
+        [&] { return static_cast<long>(ioSelf.packet_handler(msg)); },
+    };
+    return Converse(iDev, &reply, iTimeout, m_diagnostic);
+}
+
+// ---- CSetup -----------------------------------------------------------------------------
+
+CSetup::CSetup(CZelAdapter* iAdapter, SETUPRequest* iRequest, const unsigned char* iMac)
+    : CUnicastExchange(iAdapter, iRequest, iMac, g_SetupWording) {}
+
 CSetup::~CSetup() = default;
 
 int CSetup::run(int setup_timeout) {
-    if (OpenUnicastSession(m_adapter, g_SetupWording, m_dev, m_diagnostic) != 0)
+    if (OpenSession() != 0)
         return -1;
     return run(*m_dev, setup_timeout);
 }
@@ -267,12 +280,11 @@ int CSetup::run(DEVICEIoHandler& iDev, int timeout) {
         [&] { return validatePkt(resp); },
         [&] { return static_cast<long>(packet_handler(resp)); },
     };
-    return ConverseUnicast(iDev, m_request, m_mac, g_SetupWording, &reply, timeout, m_diagnostic);
+    return Converse(iDev, &reply, timeout, m_diagnostic);
 }
 
 bool CSetup::validatePkt(std::shared_ptr<SETUPResponse> resp) {
-    if (resp && PAYLOADHeader::MessageVersionSupported(resp->m_version) &&
-        resp->m_opcode == PAYLOADHeader::SETUP_RSP)
+    if (IsReply(resp, PAYLOADHeader::SETUP_RSP))
         return true;
     ZelOutputDebugPrint(HERE, "Setup packet handler ignored pkt v(%d),opcode(%d)",
                         resp ? resp->m_version : 0, resp ? resp->m_opcode : 0);
@@ -296,32 +308,27 @@ int CSetup::packet_handler(std::shared_ptr<SETUPResponse> resp) {
 
 CPollMsg::CPollMsg(CZelAdapter* iAdapter, CONFIGURATIONStatusRequest* iRequest,
                    const unsigned char* iMac)
-    : m_adapter(iAdapter), m_request(iRequest) {
-    if (iMac)
-        memcpy(m_mac, iMac, sizeof(m_mac));
-}
+    : CUnicastExchange(iAdapter, iRequest, iMac, g_PollWording) {}
 
 CPollMsg::~CPollMsg() = default;
 
 int CPollMsg::run(int timeout) {
-    if (OpenUnicastSession(m_adapter, g_PollWording, m_dev, m_diagnostic) != 0)
+    if (OpenSession() != 0)
         return -1;
     return run(*m_dev, timeout);
 }
 
 int CPollMsg::run(DEVICEIoHandler& iDev, int timeout) {
-    return ConverseForMessage(*this, iDev, m_request, m_mac, g_PollWording, timeout, m_diagnostic);
+    return ConverseForMessage(*this, iDev, timeout);
 }
 
 bool CPollMsg::validatePkt(const std::shared_ptr<SetupAPIMessage>& msg) {
-    if (msg && PAYLOADHeader::MessageVersionSupported(msg->m_version) &&
-        msg->m_opcode == PAYLOADHeader::CONFIG_STATUS_RSP)
+    if (IsReply(msg, PAYLOADHeader::CONFIG_STATUS_RSP))
         return true;
     ZelOutputDebugPrint(HERE, "PollMsg packet handler ignored. invalid packet ver(%d):opcode(%d)",
                         msg ? msg->m_version : 0, msg ? msg->m_opcode : 0);
     return false;
 }
-
 // Ends the exchange at the first message handled, valid or not.
 long int CPollMsg::packet_handler(const std::shared_ptr<SetupAPIMessage>& msg) {
     if (!validatePkt(msg))
@@ -361,27 +368,22 @@ long int CPollMsg::packet_handler(const std::shared_ptr<SetupAPIMessage>& msg) {
 
 CDiskInfo::CDiskInfo(CZelAdapter* iAdapter, DISKConfigurationRequest* iRequest,
                      const unsigned char* iMac)
-    : m_adapter(iAdapter), m_request(iRequest) {
-    if (iMac)
-        memcpy(m_mac, iMac, sizeof(m_mac));
-}
+    : CUnicastExchange(iAdapter, iRequest, iMac, g_DiskInfoWording) {}
 
 CDiskInfo::~CDiskInfo() = default;
 
 int CDiskInfo::run(int timeout) {
-    if (OpenUnicastSession(m_adapter, g_DiskInfoWording, m_dev, m_diagnostic) != 0)
+    if (OpenSession() != 0)
         return -1;
     return run(*m_dev, timeout);
 }
 
 int CDiskInfo::run(DEVICEIoHandler& iDev, int timeout) {
-    return ConverseForMessage(*this, iDev, m_request, m_mac, g_DiskInfoWording, timeout,
-                              m_diagnostic);
+    return ConverseForMessage(*this, iDev, timeout);
 }
 
 bool CDiskInfo::validatePkt(const std::shared_ptr<SetupAPIMessage>& msg) {
-    if (msg && PAYLOADHeader::MessageVersionSupported(msg->m_version) &&
-        msg->m_opcode == PAYLOADHeader::DISK_CONFIG_RSP)
+    if (IsReply(msg, PAYLOADHeader::DISK_CONFIG_RSP))
         return true;
     ZelOutputDebugPrint(HERE, "DiskInfo packet handler ignored. invalid packet ver(%d):opcode(%d)",
                         msg ? msg->m_version : 0, msg ? msg->m_opcode : 0);
@@ -416,27 +418,23 @@ long int CDiskInfo::packet_handler(const std::shared_ptr<SetupAPIMessage>& msg) 
 // ---- CBlink4 ----------------------------------------------------------------------------
 
 CBlink4::CBlink4(CZelAdapter* iAdapter, BLINKRequest* iRequest, const unsigned char* iMac)
-    : m_adapter(iAdapter), m_request(iRequest) {
-    if (iMac)
-        memcpy(m_mac, iMac, sizeof(m_mac));
-}
+    : CUnicastExchange(iAdapter, iRequest, iMac, g_BlinkWording) {}
 
 CBlink4::~CBlink4() = default;
 
 int CBlink4::run(int timeout) {
-    if (OpenUnicastSession(m_adapter, g_BlinkWording, m_dev, m_diagnostic) != 0)
+    if (OpenSession() != 0)
         return -1;
     return run(*m_dev, timeout);
 }
 
 int CBlink4::run(DEVICEIoHandler& iDev, int timeout) {
-    return ConverseForMessage(*this, iDev, m_request, m_mac, g_BlinkWording, timeout, m_diagnostic);
+    return ConverseForMessage(*this, iDev, timeout);
 }
 
 // The ignore text is the disk exchange's: the two were written from one model.
 bool CBlink4::validatePkt(const std::shared_ptr<SetupAPIMessage>& msg) {
-    if (msg && PAYLOADHeader::MessageVersionSupported(msg->m_version) &&
-        msg->m_opcode == PAYLOADHeader::BLINK_RSP)
+    if (IsReply(msg, PAYLOADHeader::BLINK_RSP))
         return true;
     ZelOutputDebugPrint(HERE, "DiskInfo packet handler ignored. invalid packet ver(%d):opcode(%d)",
                         msg ? msg->m_version : 0, msg ? msg->m_opcode : 0);
@@ -477,22 +475,20 @@ int CBlink4::packet_handler(const std::shared_ptr<SetupAPIMessage>& msg) {
 // ---- CPreJoin ---------------------------------------------------------------------------
 
 CPreJoin::CPreJoin(CZelAdapter* iAdapter, PREJOINRequest* iRequest, const unsigned char* iMac)
-    : m_adapter(iAdapter), m_request(iRequest) {
-    if (iMac)
-        memcpy(m_mac, iMac, sizeof(m_mac));
+    : CUnicastExchange(iAdapter, iRequest, iMac, g_PreJoinWording) {
     (void)m_mask;
-    (void)m_diagnostic;
 }
 
 CPreJoin::~CPreJoin() = default;
 
+// Nothing is written into a diagnostic: the opening failures answer with their codes.
 int CPreJoin::run() {
-    int opened = OpenUnicastSession(m_adapter, g_PreJoinWording, m_dev, nullptr);
+    int opened = OpenSession(nullptr);
     if (opened != 0)
         return opened;
     return run(*m_dev);
 }
 
 int CPreJoin::run(DEVICEIoHandler& iDev) {
-    return ConverseUnicast(iDev, m_request, m_mac, g_PreJoinWording, nullptr, 0, nullptr);
+    return Converse(iDev, nullptr, 0, nullptr);
 }

@@ -53,7 +53,7 @@ SetupAPIMessagePart::SetupAPIMessagePart(const MESSAGEHeader& iMsghdr, u_short i
     : msghdr(iMsghdr),
       vlanid(iVlanid),
       numBlobs(iNumBlobs),
-      blobs(std::make_unique<DataBlob[]>(iNumBlobs)),
+      blobs(iNumBlobs),
       timeCreated(ZelClock::Now()) {
     memcpy(dataChecksum, iDataChecksum, sizeof(dataChecksum));
 }
@@ -303,17 +303,19 @@ SetupAPIMessageHandler::ReadResult SetupAPIMessageHandler::parseSinglePacketInMu
     }
     SetupAPIMessagePart& part = *entry->second;
 
-    DataBlob& slot = part.blobs[iPayloadhdr.packetId - 1];
-    slot.len = len;
-    ioCursor.readBytes(slot.blob, len);
+    std::unique_ptr<DataBlob>& slot = part.blobs[iPayloadhdr.packetId - 1];
+    if (!slot)
+        slot = std::make_unique<DataBlob>();
+    slot->len = len;
+    ioCursor.readBytes(slot->blob, len);
 
-    for (size_t i = 0; i < part.numBlobs; ++i)
-        if (part.blobs[i].len == 0)
+    for (const auto& blob : part.blobs)
+        if (!blob || blob->len == 0)
             return READ_SUCCESS;
 
     auto whole = std::make_shared<SetupAPIMessage>(opcode, version);
-    for (size_t i = 0; i < part.numBlobs; ++i)
-        whole->m_tlv.appendTlvDataFromMessage(part.blobs[i].blob, part.blobs[i].len);
+    for (const auto& blob : part.blobs)
+        whole->m_tlv.appendTlvDataFromMessage(blob->blob, blob->len);
     // The frame that completed the message names it, whichever slot it filled.
     whole->msghdr = iMsghdr;
     whole->m_opcode = opcode;

@@ -37,7 +37,8 @@ struct DataBlob {
     char blob[TARGET_PAYLOAD_SIZE];
 };
 
-// A message of several frames, collected until every slot is filled.
+// A message of several frames, collected until every slot is filled. A slot is made when its
+// frame arrives: a first fragment announcing 255 frames must not cost 255 slots.
 class SetupAPIMessagePart {
 public:
     SetupAPIMessagePart(const MESSAGEHeader& iMsghdr, u_short iVlanid, const u_char* iDataChecksum,
@@ -50,7 +51,7 @@ public:
     u_short vlanid;
     u_char dataChecksum[4];
     size_t numBlobs;
-    std::unique_ptr<DataBlob[]> blobs;
+    std::vector<std::unique_ptr<DataBlob>> blobs;  // numBlobs places, null until filled
     time_t timeCreated;
 };
 
@@ -98,7 +99,7 @@ public:
     // Seconds a partial message is kept.
     static const int PARTIAL_MESSAGE_TIMEOUT = 15;
     // An exchange has a message or two in flight; a flood of fragments with ever new
-    // checksums must not grow memory (each part reserves up to 255 frames) without bound,
+    // checksums must not grow memory (each part may fill up to 255 frames) without bound,
     // so past this many the oldest partial message gives way.
     static constexpr size_t MAX_PARTIAL_MESSAGES = 64;
 

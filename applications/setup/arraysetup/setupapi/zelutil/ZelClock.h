@@ -22,6 +22,16 @@ public:
 
     // Replaces the wait; nullptr restores the real one.
     static void SetSleeper(Sleeper iSleeper);
+
+    // Milliseconds of a steady clock, for pacing within a second; only differences count.
+    using MsSource = long long (*)();
+    static long long NowMs();
+    static void SetMsSource(MsSource iSource);
+
+    // Waits a number of milliseconds.
+    using Pauser = void (*)(unsigned int iMilliseconds);
+    static void Pause(unsigned int iMilliseconds);
+    static void SetPauser(Pauser iPauser);
 };
 
 #endif

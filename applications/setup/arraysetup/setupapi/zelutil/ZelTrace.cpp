@@ -91,12 +91,14 @@ ZelTraceT<T>::~ZelTraceT() {
 
 template <typename T>
 void ZelTraceT<T>::SetDbgPrintOnly(bool dbgPrintOnly) {
+    std::lock_guard<std::recursive_mutex> lock(m_lock);
     m_forceDbgPrintOnly = dbgPrintOnly;
     ReadConfigSettings();
 }
 
 template <typename T>
 void ZelTraceT<T>::SetConfigPath(const char* configPath) {
+    std::lock_guard<std::recursive_mutex> lock(m_lock);
     m_configPath = configPath ? configPath : "";
     ReadConfigSettings();
 }
@@ -147,6 +149,7 @@ void ZelTraceT<T>::SwitchTraceType() {
 template <typename T>
 void ZelTraceT<T>::OutputDebug(unsigned int level, const char* /*file*/, int line,
                                const char* function, const char* format, ...) {
+    std::lock_guard<std::recursive_mutex> lock(m_lock);
     time_t now = ZelClock::Now();
     if (now - m_TimeCheck > kSettingsCheckSeconds) {
         if (SettingsChanged() || !m_SetupSuccess)
@@ -306,6 +309,7 @@ void ZelTrace::RollTraceFile() {
 }
 
 bool ZelTrace::ReopenTraceFile() {
+    std::lock_guard<std::recursive_mutex> lock(m_lock);
     if (!(m_TraceType & TraceFile)) {
         OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, HERE, "Not tracing to a file, nothing to reopen");
         return true;

@@ -1,10 +1,12 @@
 #ifndef ZELUTIL_ZELTRACE_H
 #define ZELUTIL_ZELTRACE_H
 
+#include <atomic>
 #include <cstdarg>
 #include <cstdint>
 #include <cstdio>
 #include <ctime>
+#include <mutex>
 #include <string>
 
 // Trace levels given to OutputDebug and held in m_level.
@@ -40,7 +42,9 @@ public:
     ZelTraceT(const ZelTraceT&) = delete;
     ZelTraceT& operator=(const ZelTraceT&) = delete;
 
-    bool CheckLevel(unsigned int level) const { return level <= m_level; }
+    bool CheckLevel(unsigned int level) const {
+        return level <= m_level.load(std::memory_order_relaxed);
+    }
     void OutputDebug(unsigned int level, const char* file, int line, const char* function,
                      const char* format, ...) __attribute__((format(printf, 6, 7)));
     void OutputDebug(unsigned int level, const char* file, int line, const char* function,
@@ -48,8 +52,8 @@ public:
     void OutputDebug(unsigned int level, const char* file, int line, const char* function,
                      const std::wstring& text);
 
-    unsigned int GetFlags() const { return m_flags; }
-    unsigned int GetLevel() const { return m_level; }
+    unsigned int GetFlags() const { return m_flags.load(std::memory_order_relaxed); }
+    unsigned int GetLevel() const { return m_level.load(std::memory_order_relaxed); }
     const std::string& SubSystem() const { return m_subsystem; }
     const char* LogFileName() const { return m_logFileName; }
     int TraceType() const { return m_TraceType; }
@@ -90,11 +94,16 @@ protected:
     std::string m_subsystem_lc;
     char* m_logFileName = nullptr;
     uint32_t m_maxLogSizeMB = 0;
-    uint32_t m_flags = ZEL_DBG_FLAG_TRACE_DEFAULT;
-    uint32_t m_level = ZEL_OUTPUT_DEBUG_PRINT;
+    // Read without the lock by the level test and the flag accessor on every call site.
+    std::atomic<uint32_t> m_flags{ZEL_DBG_FLAG_TRACE_DEFAULT};
+    std::atomic<uint32_t> m_level{ZEL_OUTPUT_DEBUG_PRINT};
     time_t m_TimeCheck = 0;
     bool m_SetupSuccess = false;
     std::string m_configPath;
+    // Discovery and the simulator trace from many threads at once: the settings check, the
+    // roll and the write of a line happen under this one lock, so a roll never closes the
+    // file under a writer. Recursive, since reopening the file traces through OutputDebug.
+    std::recursive_mutex m_lock;
 };
 
 class ZelTrace : public ZelTraceT<char> {

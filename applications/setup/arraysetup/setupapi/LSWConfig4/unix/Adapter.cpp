@@ -6,6 +6,7 @@
 #include <netinet/ether.h>
 #include <sys/socket.h>
 
+#include <atomic>
 #include <cstdio>
 #include <cstring>
 
@@ -36,9 +37,23 @@ CZelAdapter::CZelAdapter(const unsigned char* iAddr, const char* iMsName, const 
     CopyName(m_description, sizeof(m_description), iDescription);
 }
 
-CZelAdapter* CZelAdapter::GetAll() {
+namespace {
+
+CZelAdapter* ProbeHost() {
     CZelAdapterProbe probe;
     return probe.run();
+}
+
+std::atomic<CZelAdapter::Source> g_AdapterSource{&ProbeHost};
+
+}  // namespace
+
+CZelAdapter* CZelAdapter::GetAll() {
+    return g_AdapterSource.load(std::memory_order_relaxed)();
+}
+
+void CZelAdapter::SetSource(Source iSource) {
+    g_AdapterSource.store(iSource ? iSource : &ProbeHost, std::memory_order_relaxed);
 }
 
 void CZelAdapter::FreeList(CZelAdapter* iHead) {

@@ -46,6 +46,12 @@ public:
     // answers for addresses that are not its interface's, asks for it.
     static CL2* GetInterface(const unsigned char* iMac, const char* iPcapName,
                              bool iPromiscuous = false);
+
+    // What GetInterface opens: a libpcap session unless replaced. Tests put a device in
+    // memory behind it, so every exchange and the discovery fan-out run without a network.
+    using Opener = CL2* (*)(const unsigned char* iMac, const char* iPcapName, bool iPromiscuous);
+    // nullptr restores libpcap.
+    static void SetOpener(Opener iOpener);
 };
 
 class CL2_Inner : public CL2 {
@@ -90,6 +96,10 @@ public:
 
     // The usable interfaces of this host, or null.
     static CZelAdapter* GetAll();
+    // Where GetAll takes its list from: the host unless replaced, as by a test that lists
+    // adapters of its own. nullptr restores the host.
+    using Source = CZelAdapter* (*)();
+    static void SetSource(Source iSource);
     static void FreeList(CZelAdapter* iHead);
 
     unsigned char m_addr[ZEL_MAC_ADDR_LEN];

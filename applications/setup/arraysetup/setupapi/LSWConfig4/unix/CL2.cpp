@@ -1,6 +1,7 @@
 #include <sys/select.h>
 #include <sys/socket.h>
 
+#include <atomic>
 #include <cerrno>
 #include <climits>
 #include <cstdio>
@@ -23,13 +24,27 @@ const size_t kSnapOffset = 14;
 
 }  // namespace
 
-CL2* CL2::GetInterface(const unsigned char* iMac, const char* iPcapName, bool iPromiscuous) {
+namespace {
+
+CL2* OpenPcap(const unsigned char* iMac, const char* iPcapName, bool iPromiscuous) {
     CL2_Inner* device = new CL2_Inner(iMac, iPcapName, iPromiscuous);
     if (!device->IsOpen()) {
         delete device;
         return nullptr;
     }
     return device;
+}
+
+std::atomic<CL2::Opener> g_Opener{&OpenPcap};
+
+}  // namespace
+
+CL2* CL2::GetInterface(const unsigned char* iMac, const char* iPcapName, bool iPromiscuous) {
+    return g_Opener.load(std::memory_order_relaxed)(iMac, iPcapName, iPromiscuous);
+}
+
+void CL2::SetOpener(Opener iOpener) {
+    g_Opener.store(iOpener ? iOpener : &OpenPcap, std::memory_order_relaxed);
 }
 
 CL2_Inner::CL2_Inner(const unsigned char* iMac, const char* iPcapName, bool iPromiscuous)
