@@ -177,13 +177,6 @@ TEST_F(SetupRequestTest, MinimalRequestCarriesOnlyTheAlwaysRows) {
         {SETUPRequest::PORT_CONFIG_DATA, {1, 0}},
     };
     EXPECT_EQ(Build(c), expected);
-
-    auto d = Minimal();
-    d->SetPublicKey(s_pem);  // a key without a password: no row either
-    d->setPrimaryDns("8.8.8.8");
-    auto entries = Build(d);
-    EXPECT_EQ(Codes(entries), (std::vector<int>{2, 4, 5, 6, 11, 31}));
-    EXPECT_EQ(*Find(entries, SETUPRequest::PRIMARY_DNS_SERVER), (Bytes{8, 8, 8, 8}));
 }
 
 TEST_F(SetupRequestTest, FullRequestInOrderWithBothControllersPorts) {
@@ -303,7 +296,7 @@ TEST_F(SetupRequestTest, AReplacedPasswordIsTheOneSent) {
     ASSERT_NE(cipher, nullptr);
     EXPECT_EQ(Decrypt(s_key.get(), *cipher), Block(s_pem, "Second"));
 
-    // An empty password takes the row out again.
+    // An empty password takes the row out again: a key alone sends none.
     c->setPassword("");
     EXPECT_EQ(Find(Build(c), SETUPRequest::DEFAULT_USER_PASSWORD), nullptr);
 }
