@@ -686,7 +686,7 @@ TEST(Records, FaultDomainFromReaderAndItsTwoCopies) {
     EXPECT_EQ(assigned.getNumberOfPorts(), 5u);
 }
 
-TEST(Records, ControllerTakesDomainsFromItsPortReaderAndSharesSecondaryOnes) {
+TEST(Records, ControllerAppendsTheDomainsOfItsPortReader) {
     Bytes wire = {2};  // two fault domains
     Bytes d1 = DomainBytes(1, {PortBytes(1, 11)});
     Bytes d2 = DomainBytes(2, {});
@@ -704,13 +704,6 @@ TEST(Records, ControllerTakesDomainsFromItsPortReaderAndSharesSecondaryOnes) {
     EXPECT_EQ(domains[1]->getFaultDomainID(), 1u);
     EXPECT_EQ(domains[1]->getNumberOfPorts(), 1u);
     EXPECT_EQ(domains[2]->getFaultDomainID(), 2u);
-
-    CLSWVesperController primary;
-    primary.SetSecondaryCtrlFaultDomainConfigurationData(domains);
-    primary.SetSecondaryCtrlFaultDomainConfigurationData(domains);
-    auto secondary = primary.GetSecondaryCtrlFaultDomainConfigurationData();
-    ASSERT_EQ(secondary.size(), 6u);
-    EXPECT_EQ(secondary[4], domains[1]);
 }
 
 TEST(ConfigManager, DiscoveryTimeoutTakesOnlyValuesInRange) {
