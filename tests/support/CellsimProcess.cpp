@@ -1,5 +1,6 @@
 #include "support/CellsimProcess.h"
 
+#include <errno.h>
 #include <fcntl.h>
 #include <signal.h>
 #include <stdlib.h>
@@ -31,6 +32,74 @@ std::string FileText(const std::string& iPath) {
     return s.str();
 }
 
+pid_t StartChild(std::vector<std::string> iArgs, const std::string& iDir, const std::string& iOut,
+                 const std::string& iErr) {
+    const pid_t parent = getpid();
+    pid_t pid = fork();
+    if (pid != 0)
+        return pid;
+    // The child goes with the test that started it, also when the test aborts; had the test
+    // gone before this line, nobody would stop it.
+    prctl(PR_SET_PDEATHSIG, SIGTERM);
+    if (getppid() != parent)
+        _exit(127);
+    int out = open(iOut.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    int err = iErr == iOut ? out : open(iErr.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    if (out >= 0)
+        dup2(out, 1);
+    if (err >= 0)
+        dup2(err, 2);
+    // Its trace goes into the private directory too, never a file another test writes.
+    if (chdir(iDir.c_str()) != 0 || setenv("HOME", iDir.c_str(), 1) != 0)
+        _exit(127);
+    std::vector<char*> argv;
+    for (std::string& a : iArgs)
+        argv.push_back(&a[0]);
+    argv.push_back(nullptr);
+    execvp(argv[0], argv.data());
+    _exit(127);
+}
+
+bool WaitChildReady(pid_t& ioPid, const std::string& iLog, int iMs) {
+    auto deadline = Clock::now() + std::chrono::milliseconds(iMs);
+    while (Clock::now() < deadline) {
+        if (FileText(iLog).find("\"event\":\"ready\"") != std::string::npos)
+            return true;
+        int status = 0;
+        if (ioPid > 0 && waitpid(ioPid, &status, WNOHANG) == ioPid) {
+            ioPid = -1;
+            return false;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    return false;
+}
+
+int WaitChild(pid_t& ioPid, int iMs) {
+    if (ioPid <= 0)
+        return -1;
+    auto deadline = Clock::now() + std::chrono::milliseconds(iMs);
+    for (;;) {
+        int status = 0;
+        pid_t done = waitpid(ioPid, &status, WNOHANG);
+        if (done == ioPid || (done < 0 && errno != EINTR)) {
+            ioPid = -1;
+            return done > 0 && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+        }
+        if (Clock::now() >= deadline)
+            return -1;
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+}
+
+void KillChild(pid_t& ioPid) {
+    if (ioPid > 0) {
+        kill(ioPid, SIGKILL);
+        waitpid(ioPid, nullptr, 0);
+    }
+    ioPid = -1;
+}
+
 CellsimProcess::CellsimProcess(const std::string& iBinary, const std::string& iNamespace,
                                const std::string& iInterface, const std::string& iConfig,
                                bool iFromFile, const std::vector<std::string>& iOptions) {
@@ -44,46 +113,18 @@ CellsimProcess::CellsimProcess(const std::string& iBinary, const std::string& iN
     std::string config = iConfig;
     if (!iFromFile) {
         m_ini = m_dir + "/cell.ini";
-        std::ofstream f(m_ini);
-        f << iConfig;
+        std::ofstream(m_ini) << iConfig;
         config = m_ini;
     }
-    const pid_t parent = getpid();
-    pid_t pid = fork();
-    if (pid == 0) {
-        // The simulator goes with the test that started it, also when the test aborts; had
-        // the test gone before this line, nobody would stop it.
-        prctl(PR_SET_PDEATHSIG, SIGTERM);
-        if (getppid() != parent)
-            _exit(127);
-        int out = open(m_out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-        int err = open(m_err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-        if (out >= 0)
-            dup2(out, 1);
-        if (err >= 0)
-            dup2(err, 2);
-        // Its trace goes into the private directory too, never a file another test writes.
-        if (chdir(m_dir.c_str()) != 0 || setenv("HOME", m_dir.c_str(), 1) != 0)
-            _exit(127);
-        std::vector<std::string> args = {"ip",       "netns",    "exec", iNamespace,
-                                         iBinary,    "--config", config, "--interface",
-                                         iInterface, "--log",    m_log};
-        args.insert(args.end(), iOptions.begin(), iOptions.end());
-        std::vector<char*> argv;
-        for (std::string& a : args)
-            argv.push_back(&a[0]);
-        argv.push_back(nullptr);
-        execvp("ip", argv.data());
-        _exit(127);
-    }
-    m_pid = pid;
+    std::vector<std::string> args = {"ip",       "netns",    "exec", iNamespace,
+                                     iBinary,    "--config", config, "--interface",
+                                     iInterface, "--log",    m_log};
+    args.insert(args.end(), iOptions.begin(), iOptions.end());
+    m_pid = StartChild(args, m_dir, m_out, m_err);
 }
 
 CellsimProcess::~CellsimProcess() {
-    if (m_pid > 0) {
-        kill(m_pid, SIGKILL);
-        waitpid(m_pid, nullptr, 0);
-    }
+    KillChild(m_pid);
     for (const std::string& f :
          {m_log, m_out, m_err, m_ini, m_dir + "/RSTraceLog.log", m_dir + "/RSTraceLog.log.1"})
         if (!f.empty())
@@ -93,34 +134,13 @@ CellsimProcess::~CellsimProcess() {
 }
 
 bool CellsimProcess::WaitReady(int iMs) {
-    auto deadline = Clock::now() + std::chrono::milliseconds(iMs);
-    while (Clock::now() < deadline) {
-        if (FileText(m_log).find("\"event\":\"ready\"") != std::string::npos)
-            return true;
-        int status = 0;
-        if (m_pid > 0 && waitpid(m_pid, &status, WNOHANG) == m_pid) {
-            m_pid = -1;
-            return false;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    }
-    return false;
+    return WaitChildReady(m_pid, m_log, iMs);
 }
 
 int CellsimProcess::Stop(int iSignal) {
-    if (m_pid <= 0)
-        return -1;
-    kill(m_pid, iSignal);
-    auto deadline = Clock::now() + std::chrono::seconds(5);
-    while (Clock::now() < deadline) {
-        int status = 0;
-        if (waitpid(m_pid, &status, WNOHANG) == m_pid) {
-            m_pid = -1;
-            return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
-    return -1;
+    if (m_pid > 0)
+        kill(m_pid, iSignal);
+    return WaitChild(m_pid, 5000);
 }
 
 std::vector<Json> CellsimProcess::Events() const {

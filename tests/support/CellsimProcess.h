@@ -43,6 +43,20 @@ private:
     std::string m_dir, m_log, m_out, m_err, m_ini;
 };
 
+// A test's child process: started with its output in files, signalled, reaped.
+// StartChild runs iArgs (found on PATH) from iDir, with standard output and error in iOut and
+// iErr (one file when they are equal); the child goes with the test that started it. -1 when
+// no child could be made.
+pid_t StartChild(std::vector<std::string> iArgs, const std::string& iDir, const std::string& iOut,
+                 const std::string& iErr);
+// True once iLog says the program is ready; false if it ended (ioPid then -1) or after iMs.
+bool WaitChildReady(pid_t& ioPid, const std::string& iLog, int iMs);
+// The exit status once the child ends within iMs (ioPid then -1); -1 if it died otherwise
+// or is still running.
+int WaitChild(pid_t& ioPid, int iMs);
+// Kills and reaps a child still running.
+void KillChild(pid_t& ioPid);
+
 // One [controller NAME] section of cellsim's INI text: its MAC, serial and service tag, then
 // the further lines iMore holds.
 std::string CellsimSection(const std::string& iName, const std::string& iMac,

@@ -14,6 +14,8 @@
 #include <thread>
 #include <vector>
 
+#include "support/CellsimProcess.h"
+
 bool NetnsBed::FromEnvironment(NetnsBed& oBed, std::string& oWhy) {
     const char* wiz = getenv("ARRAYSETUP_NETNS_WIZ");
     const char* ctl = getenv("ARRAYSETUP_NETNS_CTL");
@@ -66,10 +68,7 @@ NetnsPeer::NetnsPeer(const std::string& iNamespace, Body iBody) {
 }
 
 NetnsPeer::~NetnsPeer() {
-    if (m_pid > 0) {
-        kill(m_pid, SIGKILL);
-        waitpid(m_pid, nullptr, 0);
-    }
+    KillChild(m_pid);
     if (m_fd >= 0)
         close(m_fd);
 }
@@ -107,22 +106,5 @@ bool NetnsPeer::Receive(std::string& oMessage, int iTimeoutMs) {
 }
 
 int NetnsPeer::Wait(int iTimeoutMs) {
-    if (m_pid <= 0)
-        return -1;
-    auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(iTimeoutMs);
-    for (;;) {
-        int status = 0;
-        pid_t done = waitpid(m_pid, &status, WNOHANG);
-        if (done == m_pid) {
-            m_pid = -1;
-            return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-        }
-        if (done < 0 && errno != EINTR) {
-            m_pid = -1;
-            return -1;
-        }
-        if (std::chrono::steady_clock::now() >= deadline)
-            return -1;
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
+    return WaitChild(m_pid, iTimeoutMs);
 }

