@@ -4,9 +4,9 @@
 #include <gtest/gtest.h>
 #include <stdlib.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <atomic>
+#include <filesystem>
 #include <fstream>
 #include <string>
 #include <thread>
@@ -44,7 +44,7 @@ TEST(ZelTraceThreads, EightWritersWhileTheFileRolls) {
     ASSERT_NE(mkdtemp(dir), nullptr);
     const std::string home = dir;
     const std::string traceDir = home + "/.config/kelt/SkylarkClient";
-    ASSERT_EQ(system(("mkdir -p " + traceDir).c_str()), 0);
+    std::filesystem::create_directories(traceDir);
     const std::string config = home + "/zel.conf";
     std::ofstream(config) << "[HIT Params]\nRotateLogFiles=true\nMaxLogSizeMB=1\nDebugLevel=2\n";
 
@@ -82,10 +82,7 @@ TEST(ZelTraceThreads, EightWritersWhileTheFileRolls) {
     ASSERT_EQ(stat(log.c_str(), &st), 0);
     EXPECT_LE(st.st_size, 2 * 1048576);
 
-    unlink(log.c_str());
-    unlink((log + ".1").c_str());
-    unlink(config.c_str());
-    EXPECT_EQ(system(("rm -r " + home).c_str()), 0);
+    std::filesystem::remove_all(home);
 }
 
 }  // namespace

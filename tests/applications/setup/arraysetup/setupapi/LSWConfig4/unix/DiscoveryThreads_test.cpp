@@ -67,6 +67,7 @@ CL2* OpenInMemory(const unsigned char* iMac, const char* iPcapName, bool) {
 }
 
 TEST(DiscoveryThreads, EachAdapterInItsOwnThreadAndOneListAfter) {
+    g_Answers.clear();
     std::set<std::string> expected = {"SN-SHARED"};
     for (int i = 0; i < kAdapters; ++i) {
         const std::string serial = "SN-" + std::to_string(i);
