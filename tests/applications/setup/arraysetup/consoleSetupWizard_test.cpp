@@ -206,6 +206,7 @@ TEST(ConsoleSetupWizard, SecretsAreWipedFromTheirStorage) {
               std::string(sizeof(storage), '\0'));
 
     std::string password(40, 'p');
+    password.resize(10);  // the rest still lies in the storage
     const char* bytes = password.data();
     const size_t capacity = password.capacity();
     WipeString(password);
