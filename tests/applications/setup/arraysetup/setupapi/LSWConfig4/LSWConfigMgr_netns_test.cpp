@@ -319,21 +319,21 @@ TEST_F(RoadNetns, OneAdapterFromDiscoveryToAConfiguredArray) {
     EXPECT_EQ("ok", setup.at("password_check").get<std::string>());
     EXPECT_EQ(password, setup.at("password").get<std::string>());
     EXPECT_EQ(0, setup.at("setup_status").get<long long>());
-    EXPECT_EQ("10.20.0.5", EntryValue(setup, "IPV4_MANAGEMENT_IP_ADDRESS").get<std::string>());
-    EXPECT_EQ("10.20.0.6", EntryValue(setup, "TOP_CTRL_ETH0_IPV4_ADDRESS").get<std::string>());
-    EXPECT_EQ("255.255.255.0", EntryValue(setup, "TOP_CTRL_ETH0_IPV4_NETMASK").get<std::string>());
-    EXPECT_EQ("10.20.0.1",
-              EntryValue(setup, "TOP_CTRL_ETH0_IPV4_DEFAULT_GATEWAY").get<std::string>());
-    EXPECT_EQ("10.20.0.7", EntryValue(setup, "BOTTOM_CTRL_ETH0_IPV4_ADDRESS").get<std::string>());
-    EXPECT_EQ("255.255.255.0",
-              EntryValue(setup, "BOTTOM_CTRL_ETH0_IPV4_NETMASK").get<std::string>());
-    EXPECT_EQ("10.20.0.1",
-              EntryValue(setup, "BOTTOM_CTRL_ETH0_IPV4_DEFAULT_GATEWAY").get<std::string>());
-    EXPECT_EQ("10.20.0.53", EntryValue(setup, "PRIMARY_DNS_SERVER").get<std::string>());
-    EXPECT_EQ("10.20.0.54", EntryValue(setup, "SECONDARY_DNS_SERVER").get<std::string>());
-    EXPECT_EQ("Road Cell", EntryValue(setup, "STORAGECELL_NAME").get<std::string>());
-    EXPECT_EQ("road.test", EntryValue(setup, "DOMAIN_NAME").get<std::string>());
-    EXPECT_EQ("ops@road.test", EntryValue(setup, "DEFAULT_USER_EMAIL").get<std::string>());
+    const std::pair<const char*, const char*> entries[] = {
+        {"IPV4_MANAGEMENT_IP_ADDRESS", "10.20.0.5"},
+        {"TOP_CTRL_ETH0_IPV4_ADDRESS", "10.20.0.6"},
+        {"TOP_CTRL_ETH0_IPV4_NETMASK", "255.255.255.0"},
+        {"TOP_CTRL_ETH0_IPV4_DEFAULT_GATEWAY", "10.20.0.1"},
+        {"BOTTOM_CTRL_ETH0_IPV4_ADDRESS", "10.20.0.7"},
+        {"BOTTOM_CTRL_ETH0_IPV4_NETMASK", "255.255.255.0"},
+        {"BOTTOM_CTRL_ETH0_IPV4_DEFAULT_GATEWAY", "10.20.0.1"},
+        {"PRIMARY_DNS_SERVER", "10.20.0.53"},
+        {"SECONDARY_DNS_SERVER", "10.20.0.54"},
+        {"STORAGECELL_NAME", "Road Cell"},
+        {"DOMAIN_NAME", "road.test"},
+        {"DEFAULT_USER_EMAIL", "ops@road.test"}};
+    for (const auto& e : entries)
+        EXPECT_EQ(e.second, EntryValue(setup, e.first).get<std::string>()) << e.first;
     auto setupReplies = EventsOf(events, "tx", "SETUP_RSP");
     ASSERT_EQ(1u, setupReplies.size()) << "the silent controller's request got none";
     EXPECT_EQ("ROADPAIR-top", (*setupReplies[0]).at("controller").get<std::string>());
