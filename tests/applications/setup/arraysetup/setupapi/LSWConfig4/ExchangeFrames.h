@@ -3,6 +3,8 @@
 #ifndef TESTS_LSWCONFIG4_EXCHANGEFRAMES_H
 #define TESTS_LSWCONFIG4_EXCHANGEFRAMES_H
 
+#include <gtest/gtest.h>
+
 #include <cstring>
 #include <initializer_list>
 #include <memory>
@@ -13,6 +15,7 @@
 #include "LSWConfig4/setupMessageHandler.h"
 #include "LSWConfig4/setupMsgV4.h"
 #include "support/MemoryDevice.h"
+#include "zelutil/ZelIpAddress.h"
 
 namespace xchg {
 
@@ -41,6 +44,17 @@ inline Bytes Cat(std::initializer_list<Bytes> parts) {
 
 inline Bytes Str(const std::string& text) {
     return Bytes(text.begin(), text.end());
+}
+
+// An address from its text (which must parse), and back.
+inline CZelIpAddress Ip(const char* text) {
+    CZelIpAddress a;
+    EXPECT_FALSE(ipStringToAddr(&a, text)) << text;
+    return a;
+}
+inline std::string Text(const CZelIpAddress& a) {
+    char buf[ZEL_IP_ADDRESS_STRING_SIZE];
+    return ipAddrToString(&a, buf, sizeof(buf));
 }
 
 // One entry of a TLV block.

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "ExchangeFrames.h"
 #include "LSWConfig4/LSWConfigMgr.h"
 #include "LSWConfig4/tlvUtils.h"
 #include "LSWConfig4/unix/Adapter.h"
@@ -17,18 +18,9 @@
 namespace {
 
 using Controller = std::shared_ptr<CLSWVesperController>;
-using Bytes = std::vector<unsigned char>;
-
-CZelIpAddress Ip(const char* text) {
-    CZelIpAddress a;
-    EXPECT_FALSE(ipStringToAddr(&a, text)) << text;
-    return a;
-}
-
-std::string Text(const CZelIpAddress& a) {
-    char buf[64];
-    return ipAddrToString(&a, buf, sizeof(buf));
-}
+using xchg::Bytes;
+using xchg::Ip;
+using xchg::Text;
 
 // A controller that passes every rule; tests break one thing at a time.
 Controller Good(const std::string& hw = "HW1", const char* address = "10.0.0.10") {

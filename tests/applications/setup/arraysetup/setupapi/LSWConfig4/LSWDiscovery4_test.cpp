@@ -29,11 +29,6 @@ std::shared_ptr<CLSWControllerDiscovery4> Parse(const std::vector<Entry>& iEntri
     return ParseHello4Data(&it, iVersion);
 }
 
-std::string AddrText(const CZelIpAddress& iAddr) {
-    char text[ZEL_IP_ADDRESS_STRING_SIZE];
-    return ipAddrToString(&iAddr, text, sizeof(text));
-}
-
 // Every field of a record, so that two records can be compared whole.
 std::string Fingerprint(const CLSWControllerDiscovery4& r) {
     std::ostringstream o;
@@ -52,7 +47,7 @@ std::string Fingerprint(const CLSWControllerDiscovery4& r) {
           &r.Eth0Ip4Gateway, &r.Eth1Ip4Address, &r.Eth1Ip4PeerAddress, &r.MgmtIp6Address,
           &r.Eth0Ip6Address, &r.Eth1Ip6Address, &r.Eth1Ip6PeerAddress, &r.BMCIPv4Address,
           &r.BMCIPv4DefaultRoute, &r.BMCIPv4Netmask})
-        o << '|' << AddrText(*a);
+        o << '|' << Text(*a);
     return o.str();
 }
 

@@ -10,20 +10,18 @@
 #include <type_traits>
 #include <vector>
 
+#include "ExchangeFrames.h"
 #include "LSWConfig4/setupMessage.h"
 #include "support/Fields.h"
 
 namespace {
 
-using Bytes = std::vector<unsigned char>;
+using xchg::Bytes;
+using xchg::ToBytes;
 
 // Exchanges hold readers as members and hand them on.
 static_assert(std::is_move_constructible<SCPortConfigDataReader>::value, "movable reader");
 static_assert(!std::is_copy_constructible<SCPortConfigDataReader>::value, "owning reader");
-
-Bytes ToBytes(const std::vector<char>& iChars) {
-    return Bytes(iChars.begin(), iChars.end());
-}
 
 // The single entry of a block, header included.
 Bytes EntryOf(const SETUPTlv& iTlv) {
