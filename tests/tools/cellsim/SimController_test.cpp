@@ -210,17 +210,3 @@ TEST(SimController, ThePasswordBlockHasItsExactForm) {
         }
     }
 }
-
-// A version 4 controller answers in one frame, as the real one does, so its disk list is cut
-// where a version 5 one spans frames (the road reads the latter back whole on the wire).
-TEST(SimController, DiskListsAreCutToOneFrameInVersion4) {
-    Rig rig("[cellsim]\ninterface=x\n" +
-            Controller("top", "02:00:00:00:00:01", "disk_count = 200\nversions = 4,5\n"));
-    for (u_short version : {MESSAGE_VERSION_4, MESSAGE_VERSION_5}) {
-        DISKConfigurationRequest request(version);
-        std::vector<Bytes> frames = rig.Ask(0, request);
-        ASSERT_FALSE(frames.empty());
-        EXPECT_EQ(version == MESSAGE_VERSION_4, frames.size() == 1) << version;
-        EXPECT_EQ(1492u, frames[0].size());
-    }
-}
