@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <map>
 #include <string>
 #include <type_traits>
 #include <vector>
@@ -456,47 +455,6 @@ TEST(ControllerInfoRecord, LyingLengthsAndCountsStopAtTheEntry) {
     ControllerInfoDataReader cut;
     EXPECT_FALSE(UnpackExact(cut, half, half.size()));
     EXPECT_EQ(cut.GetNumberOfControllers(), 0u);
-}
-
-class SampleObject : public TLVObject {
-public:
-    using TLVObject::TLVObject;
-    std::string GetPrintableValue() override { return "sample"; }
-    size_t GetLength() override { return 0; }
-    void AddToTLV(SETUPTlv& ioTlv) override { ioTlv.pushBackEntry(mId, 0, nullptr); }
-};
-
-TEST(TlvObject, AddressesMapsAndValidity) {
-    uint32_t address = TLVObject::IpStringToBytes("10.1.2.3");
-    unsigned char bytes[4];
-    memcpy(bytes, &address, 4);
-    EXPECT_EQ(Bytes(bytes, bytes + 4), (Bytes{10, 1, 2, 3}));  // network order
-    EXPECT_EQ(TLVObject::BytesToIpString(address), "10.1.2.3");
-    EXPECT_EQ(TLVObject::BytesToIpString(TLVObject::IpStringToBytes("255.255.255.255")),
-              "255.255.255.255");
-    for (const char* bad : {"300.1.1.1", "", "1.2.3", "fe80::1", "1.2.3.4 "}) {
-        EXPECT_EQ(TLVObject::IpStringToBytes(bad), 0u) << bad;
-        EXPECT_EQ(TLVObject::BytesToIpString(TLVObject::IpStringToBytes(bad)), "0.0.0.0");
-    }
-
-    SETUPTlv tlv(64);
-    SETUPTlvIterator none(tlv);
-    SampleObject fromEmpty(none, Type_Raw);
-    EXPECT_FALSE(fromEmpty.IsValid());
-    SampleObject first(uint8_t{5}, Type_Int);
-    first.AddToTLV(tlv);
-    SETUPTlvIterator it(tlv);
-    SampleObject fromEntry(it, Type_String);
-    EXPECT_TRUE(fromEntry.IsValid());
-    EXPECT_EQ(fromEntry.GetTlvId(), 5);
-    EXPECT_EQ(fromEntry.GetType(), Type_String);
-
-    std::map<uint8_t, TLVObject*> values;
-    ToMap(values, &first);
-    ToMap(values, &fromEntry);  // same id: replaces
-    ToMap(values, nullptr);
-    ASSERT_EQ(values.size(), 1u);
-    EXPECT_EQ(values[5], &fromEntry);
 }
 
 }  // namespace
