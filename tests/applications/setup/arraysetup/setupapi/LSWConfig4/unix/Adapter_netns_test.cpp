@@ -283,14 +283,6 @@ TEST_F(L2Netns, OnlyFramesOfOursReachTheController) {
     EXPECT_EQ(0, peer.Wait(kPeerWaitMs));
 }
 
-TEST_F(L2Netns, SilentLineTimesOut) {
-    std::unique_ptr<CL2> wiz(CL2::GetInterface(m_wizMac, "wiz1"));
-    ASSERT_NE(nullptr, wiz);
-    wiz->setfilter(kMcast, kSnap);
-    unsigned char buf[64];
-    EXPECT_EQ(-1, wiz->Read(buf, sizeof(buf), 1));
-}
-
 TEST_F(L2Netns, DeadlineCountsSkippedFramesAndLosesALateOneOfOurs) {
     const unsigned char* wizMac = m_wizMac;
     NetnsPeer peer(m_bed.ctl, [wizMac](NetnsPeer& self) {
