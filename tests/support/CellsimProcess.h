@@ -33,7 +33,6 @@ public:
     // Sends the signal and returns the exit status, or -1 if it died otherwise or hung.
     int Stop(int iSignal = SIGTERM);
 
-    const std::string& LogPath() const { return m_log; }
     std::vector<Json> Events() const;
     std::string Stdout() const;
     std::string Stderr() const;
