@@ -62,6 +62,10 @@ std::string CellsimSection(const std::string& iName, const std::string& iMac,
                            const std::string& iSerial, const std::string& iTag,
                            const std::string& iMore = "");
 
+// Runs iCommand through the shell; its standard output in oOutput. The exit status, or -1
+// when it did not exit by itself.
+int RunCommand(const std::string& iCommand, std::string& oOutput);
+
 // The whole of a file, empty when it cannot be read.
 std::string FileText(const std::string& iPath);
 

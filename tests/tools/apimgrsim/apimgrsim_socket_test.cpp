@@ -1,26 +1,17 @@
 // The simulator as a program: its command line and the files it refuses. What it serves is
 // proven through the whole client by the object handler's socket test.
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdio>
 #include <string>
 
+#include "support/CellsimProcess.h"
+
 namespace {
 
-// The exit status and output of one run.
 int RunSim(const std::string& iArgs, std::string& oOutput) {
-    oOutput.clear();
-    FILE* p = popen((std::string(APIMGRSIM_BINARY) + " " + iArgs + " 2>&1").c_str(), "r");
-    if (!p)
-        return -1;
-    char buf[4096];
-    size_t n;
-    while ((n = fread(buf, 1, sizeof(buf), p)) > 0)
-        oOutput.append(buf, n);
-    int status = pclose(p);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return RunCommand(std::string(APIMGRSIM_BINARY) + " " + iArgs + " 2>&1", oOutput);
 }
 
 TEST(Apimgrsim, CommandLine) {

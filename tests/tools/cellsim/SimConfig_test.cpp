@@ -4,14 +4,13 @@
 #include "SimConfig.h"
 
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
-#include <cstdio>
-#include <cstdlib>
 #include <fstream>
-#include <sstream>
 #include <string>
+#include <utility>
+
+#include "support/CellsimProcess.h"
 
 namespace {
 
@@ -102,48 +101,28 @@ TEST(SimConfig, RefusalsNameFileSectionAndKey) {
 TEST(SimConfig, TheProgramRefusesABadFileWithAClearMessageAndExitStatus) {
     char dir[] = "/tmp/cellsim-config-XXXXXX";
     ASSERT_NE(nullptr, mkdtemp(dir));
-    const std::string bad = std::string(dir) + "/bad.ini";
-    const std::string err = std::string(dir) + "/stderr";
-    {
-        std::ofstream f(bad);
-        f << WithLine("versions = 3");
-    }
-    auto run = [&](const std::string& iArgs) {
-        std::string cmd = std::string(CELLSIM_BINARY) + " " + iArgs + " >/dev/null 2>" + err;
-        int status = system(cmd.c_str());
-        std::ifstream in(err);
-        std::stringstream text;
-        text << in.rdbuf();
-        return std::make_pair(status, text.str());
-    };
+    const std::string bad = std::string(dir) + "/bad.ini", sim = CELLSIM_BINARY;
+    std::ofstream(bad) << WithLine("versions = 3");
 
     // Refused before anything is opened, so it needs no privilege and no interface.
-    auto r = run("--config " + bad);
-    ASSERT_TRUE(WIFEXITED(r.first)) << "the program died of a signal";
-    EXPECT_EQ(2, WEXITSTATUS(r.first));
+    std::string err;
+    EXPECT_EQ(2, RunCommand(sim + " --config " + bad + " 2>&1 >/dev/null", err));
     EXPECT_EQ("cellsim: " + bad +
                   ": [controller a] versions: unknown protocol version '3'; a "
                   "controller speaks 4, 5 or both (4,5)\n",
-              r.second);
-
-    r = run("--config " + std::string(dir) + "/missing.ini --check");
-    ASSERT_TRUE(WIFEXITED(r.first));
-    EXPECT_EQ(2, WEXITSTATUS(r.first));
-    EXPECT_NE(std::string::npos, r.second.find("missing.ini: cannot be read"));
-
-    r = run("--check");
-    ASSERT_TRUE(WIFEXITED(r.first));
-    EXPECT_EQ(2, WEXITSTATUS(r.first));
-    EXPECT_NE(std::string::npos, r.second.find("no configuration file"));
-
-    // The examples shipped with the tool are all good.
-    for (const char* example : {"single.ini", "pair.ini", "pair-v4-peer.ini"}) {
-        r = run("--check --config " + std::string(CELLSIM_EXAMPLES) + "/" + example);
-        ASSERT_TRUE(WIFEXITED(r.first));
-        EXPECT_EQ(0, WEXITSTATUS(r.first)) << example << ": " << r.second;
+              err);
+    const std::pair<std::string, const char*> refused[] = {
+        {"--config " + std::string(dir) + "/missing.ini --check", "missing.ini: cannot be read"},
+        {"--check", "no configuration file"}};
+    for (const auto& r : refused) {
+        EXPECT_EQ(2, RunCommand(sim + " " + r.first + " 2>&1", err)) << r.first;
+        EXPECT_NE(std::string::npos, err.find(r.second)) << err;
     }
-
+    // The examples shipped with the tool are all good.
+    for (const char* example : {"single.ini", "pair.ini", "pair-v4-peer.ini"})
+        EXPECT_EQ(
+            0, RunCommand(sim + " --check --config " CELLSIM_EXAMPLES "/" + example + " 2>&1", err))
+            << example << ": " << err;
     unlink(bad.c_str());
-    unlink(err.c_str());
     rmdir(dir);
 }

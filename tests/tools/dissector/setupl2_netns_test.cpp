@@ -78,14 +78,10 @@ reverse_fragments = true
 // tshark with the dissector, two passes; its output and errors together.
 std::string Tshark(const std::string& iCapture, const std::string& iArgs) {
     std::string out;
-    FILE* p = popen(
-        ("tshark -n -2 -X lua_script:" DISSECTOR_SCRIPT " -r " + iCapture + " " + iArgs + " 2>&1")
-            .c_str(),
-        "r");
-    char buf[4096];
-    for (size_t n; p && (n = fread(buf, 1, sizeof(buf), p)) > 0;)
-        out.append(buf, n);
-    EXPECT_TRUE(p && pclose(p) == 0) << out;
+    EXPECT_EQ(0, RunCommand("tshark -n -2 -X lua_script:" DISSECTOR_SCRIPT " -r " + iCapture + " " +
+                                iArgs + " 2>&1",
+                            out))
+        << out;
     EXPECT_EQ(std::string::npos, out.find("Lua Error")) << out.substr(0, 4000);
     EXPECT_EQ(std::string::npos, out.find("Lua: Error")) << out.substr(0, 4000);
     return out;
