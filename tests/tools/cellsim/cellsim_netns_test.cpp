@@ -180,12 +180,11 @@ TEST_F(CellsimNetns, HelloInBothVersionsCarriesEveryField) {
         ASSERT_EQ(2, ctl->GetNumberOfFaultDomains());
         FAULTDomainDataReader* fd2 = ctl->GetFaultDomain(1);
         ASSERT_TRUE(fd2);
-        EXPECT_EQ(2, fd2->GetId());
-        EXPECT_EQ("10.30.2.1", fd2->GetIpV4Gateway());
         ASSERT_EQ(1, fd2->GetNumberOfPorts());
-        EXPECT_EQ("10.30.2.11", fd2->GetPort(0)->GetIpV4());
-        EXPECT_EQ(2, fd2->GetPort(0)->GetSlotPortNumber());
-        EXPECT_TRUE(ctl->GetFaultDomain(0)->GetPort(0)->GetConfigured());
+        EXPECT_EQ(Fields(fd2->GetId(), fd2->GetIpV4Gateway(), fd2->GetPort(0)->GetIpV4(),
+                         fd2->GetPort(0)->GetSlotPortNumber(),
+                         ctl->GetFaultDomain(0)->GetPort(0)->GetConfigured()),
+                  "2|10.30.2.1|10.30.2.11|2|1");
     }
 
     ASSERT_EQ(0, sim.Stop());
