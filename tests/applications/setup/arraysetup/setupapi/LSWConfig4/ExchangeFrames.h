@@ -12,8 +12,10 @@
 #include <string>
 #include <vector>
 
+#include "LSWConfig4/LSWConfigModel.h"
 #include "LSWConfig4/setupMessageHandler.h"
 #include "LSWConfig4/setupMsgV4.h"
+#include "LSWConfig4/tlvUtils.h"
 #include "support/MemoryDevice.h"
 #include "zelutil/ZelIpAddress.h"
 
@@ -44,6 +46,15 @@ inline Bytes Cat(std::initializer_list<Bytes> parts) {
 
 inline Bytes Str(const std::string& text) {
     return Bytes(text.begin(), text.end());
+}
+
+// A fault domain as discovery makes it from a record read off the wire.
+inline std::shared_ptr<ClswFaultDomainConfigData> Domain(const Bytes& iWire) {
+    FAULTDomainDataReader reader;
+    EXPECT_TRUE(reader.UnpackData(reinterpret_cast<const char*>(iWire.data()), iWire.size()));
+    auto domain = std::make_shared<ClswFaultDomainConfigData>();
+    *domain = reader;
+    return domain;
 }
 
 // An address from its text (which must parse), and back.

@@ -19,6 +19,7 @@ namespace {
 
 using Controller = std::shared_ptr<CLSWVesperController>;
 using xchg::Bytes;
+using xchg::Domain;
 using xchg::Ip;
 using xchg::Text;
 
@@ -159,16 +160,9 @@ TEST(VesperController, TransportTypeIsTakenFromFirstNonEmbeddedDomainAndKept) {
     embedded[15] = 1;  // embedded
     Bytes plain = DomainBytes(2, {});
     plain[14] = 5;
-    auto add = [&](const Bytes& b) {
-        FAULTDomainDataReader r;
-        ASSERT_TRUE(r.UnpackData(reinterpret_cast<const char*>(b.data()), b.size()));
-        auto d = std::make_shared<ClswFaultDomainConfigData>();
-        *d = r;
-        c.addFaultDomain(d);
-    };
-    add(embedded);
+    c.addFaultDomain(Domain(embedded));
     EXPECT_EQ(c.getTransportType(), 0u);
-    add(plain);
+    c.addFaultDomain(Domain(plain));
     EXPECT_EQ(c.getTransportType(), 5u);
     // The getter wrote the field: with only embedded domains left, 5 is still answered.
     std::vector<std::shared_ptr<IlswFaultDomainConfigData>> onlyEmbedded = {
@@ -478,22 +472,12 @@ TEST(VesperArray, ValidateComparesTextsOfBothControllers) {
 TEST(VesperArray, FaultDomainsMergeOnceIntoTheFirstControllersObjects) {
     auto c0 = Good("HW1");
     auto c1 = Good("HW2", "10.0.0.11");
-    auto d0 = std::make_shared<ClswFaultDomainConfigData>();
+    auto d0 = Domain(DomainBytes(1, {}));
     d0->addPortConfigurationData(Port(1, "10.1.0.11"));
-    FAULTDomainDataReader r;
-    Bytes id1 = DomainBytes(1, {});
-    ASSERT_TRUE(r.UnpackData(reinterpret_cast<const char*>(id1.data()), id1.size()));
-    *d0 = r;
     c0->addFaultDomain(d0);
-
-    auto e1 = std::make_shared<ClswFaultDomainConfigData>();
-    *e1 = r;
+    auto e1 = Domain(DomainBytes(1, {}));
     e1->addPortConfigurationData(Port(2, "10.1.0.12"));
-    FAULTDomainDataReader r2;
-    Bytes id2 = DomainBytes(2, {});
-    ASSERT_TRUE(r2.UnpackData(reinterpret_cast<const char*>(id2.data()), id2.size()));
-    auto e2 = std::make_shared<ClswFaultDomainConfigData>();
-    *e2 = r2;
+    auto e2 = Domain(DomainBytes(2, {}));
     e2->addPortConfigurationData(Port(3, "10.1.0.13"));
     c1->addFaultDomain(e1);
     c1->addFaultDomain(e2);

@@ -24,6 +24,7 @@ namespace {
 using Bytes = std::vector<unsigned char>;
 using Entry = std::pair<int, Bytes>;
 using Controller = std::shared_ptr<CLSWVesperController>;
+using xchg::Domain;
 using xchg::Ip;
 using xchg::Str;
 
@@ -111,14 +112,6 @@ Bytes DomainBytes(Bytes head, const std::vector<Bytes>& ports) {
     for (const auto& p : ports)
         head.insert(head.end(), p.begin(), p.end());
     return head;
-}
-
-std::shared_ptr<IlswFaultDomainConfigData> Domain(const Bytes& wire) {
-    FAULTDomainDataReader reader;
-    EXPECT_TRUE(reader.UnpackData(reinterpret_cast<const char*>(wire.data()), wire.size()));
-    auto domain = std::make_shared<ClswFaultDomainConfigData>();
-    *domain = reader;
-    return domain;
 }
 
 // Only what every request carries.
