@@ -14,6 +14,7 @@
 #include "ExchangeFrames.h"
 #include "LSWConfig4/LSWConfigModel.h"
 #include "LSWConfig4/unix/Adapter.h"
+#include "support/Fields.h"
 #include "support/ManualClock.h"
 #include "support/MemoryDevice.h"
 
@@ -196,24 +197,19 @@ TEST(HelloParse, EveryFieldOfAFullAnswer) {
 
 TEST(HelloParse, EmptyBlockGivesDefaultsThatTheFilterSkips) {
     auto rec = Parse({}, 4);
-    EXPECT_EQ(rec->ProtocolVersion, 4);
-    EXPECT_EQ(rec->BlinkValue, -1);
-    EXPECT_EQ(rec->ControllerModelNum, 999u);
-    EXPECT_EQ(rec->ProductFamily, 0);
-    EXPECT_FALSE(rec->HasVlanID);
-    EXPECT_TRUE(rec->MgmtIp4Address.isNull());
+    EXPECT_EQ(Fields(rec->ProtocolVersion, rec->BlinkValue, rec->ControllerModelNum,
+                     rec->ProductFamily, rec->HasVlanID, rec->MgmtIp4Address.isNull()),
+              "4|-1|999|0|0|1");
     for (unsigned int mask = 0; mask < 4; ++mask)
         EXPECT_FALSE(rec->IsControllerRequired(mask));
     EXPECT_EQ(rec->GetInfo(nullptr, 3), nullptr);
 
     std::shared_ptr<CLSWVesperController> c = rec->GetVesperInfo(nullptr);
-    EXPECT_EQ(c->getBlinkValue(), -1);
-    EXPECT_EQ(c->getControllerModelNum(), 999u);
-    EXPECT_EQ(c->getVersion(), "0.0.0");
     // A zero address is not valid, so the text stays empty.
-    EXPECT_EQ(c->getMgmtIp4Address(), "");
-    EXPECT_EQ(c->getSerialNumber(), "");
-    EXPECT_TRUE(c->getFaultDomainConfigurationData().empty());
+    EXPECT_EQ(Fields(c->getBlinkValue(), c->getControllerModelNum(), c->getVersion(),
+                     c->getMgmtIp4Address(), c->getSerialNumber(),
+                     c->getFaultDomainConfigurationData().size()),
+              "-1|999|0.0.0|||0");
 
     // A null iterator gives the defaults as well.
     EXPECT_EQ(Fingerprint(*ParseHello4Data(nullptr, 4)), Fingerprint(*rec));
