@@ -19,7 +19,8 @@ auto FieldShown(const T& iValue) {
 template <class... T>
 std::string Fields(const T&... iValues) {
     std::ostringstream out;
-    ((out << (out.tellp() > 0 ? "|" : "") << FieldShown(iValues)), ...);
+    const char* separator = "";
+    ((out << separator << FieldShown(iValues), separator = "|"), ...);
     return out.str();
 }
 
