@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <cstdio>
 #include <fstream>
 #include <sstream>
 #include <thread>
@@ -23,6 +24,18 @@ std::string CellsimSection(const std::string& iName, const std::string& iMac,
                            const std::string& iMore) {
     return "[controller " + iName + "]\nmac = " + iMac + "\nserial = " + iSerial +
            "\nservice_tag = " + iTag + "\n" + iMore + "\n";
+}
+
+int RunCommand(const std::string& iCommand, std::string& oOutput) {
+    oOutput.clear();
+    FILE* p = popen(iCommand.c_str(), "r");
+    if (!p)
+        return -1;
+    char buf[4096];
+    for (size_t n; (n = fread(buf, 1, sizeof(buf), p)) > 0;)
+        oOutput.append(buf, n);
+    const int status = pclose(p);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
 std::string FileText(const std::string& iPath) {

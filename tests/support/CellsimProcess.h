@@ -33,7 +33,6 @@ public:
     // Sends the signal and returns the exit status, or -1 if it died otherwise or hung.
     int Stop(int iSignal = SIGTERM);
 
-    const std::string& LogPath() const { return m_log; }
     std::vector<Json> Events() const;
     std::string Stdout() const;
     std::string Stderr() const;
@@ -62,6 +61,10 @@ void KillChild(pid_t& ioPid);
 std::string CellsimSection(const std::string& iName, const std::string& iMac,
                            const std::string& iSerial, const std::string& iTag,
                            const std::string& iMore = "");
+
+// Runs iCommand through the shell; its standard output in oOutput. The exit status, or -1
+// when it did not exit by itself.
+int RunCommand(const std::string& iCommand, std::string& oOutput);
 
 // The whole of a file, empty when it cannot be read.
 std::string FileText(const std::string& iPath);

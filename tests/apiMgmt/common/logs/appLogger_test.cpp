@@ -48,52 +48,8 @@ protected:
     void TearDown() override {
         { APPLogger shutdown; }
         APPLogger::SetLogLevel(LOGLevel_Warning);
-        APPLogger::SetLogModuleMask(0xFF);
     }
 };
-
-TEST_F(APPLoggerTest, ModuleMaskFromText) {
-    struct {
-        const char* text;
-        unsigned int mask;
-    } cases[] = {{"", 0x55},     {"0", 0xFF},  {"1|0|3", 0xFF}, {"1|2|5", 0x13}, {"x", 0xFF},
-                 {"1||3", 0xFF}, {"9", 0x100}, {"33", 0x1},     {"8|", 0x80}};
-    for (const auto& c : cases) {
-        APPLogger::SetLogModuleMask(0x55);
-        APPLogger::SetLogModuleFromString(c.text);
-        EXPECT_EQ(APPLogger::GetLogModuleMask(), c.mask) << '"' << c.text << '"';
-    }
-}
-
-TEST_F(APPLoggerTest, CategoriesAndTexts) {
-    struct {
-        unsigned int mask;
-        const char* category;
-        bool passes;
-        const char* modules;
-    } cases[] = {
-        {0x10, "cmdxml", true, " | CmdXML"},
-        {0x01, "CmdXML", false, "APIManager"},
-        {0x01, "ApiMgmtBaseTask", true, "APIManager"},
-        {0x00, "ApiMgmtBaseTask", false, ""},
-        {0x02, "all", true, " | SCObject"},
-        {0x13, "SCTask", false, "APIManager | SCObject | CmdXML"},
-    };
-    for (const auto& c : cases) {
-        APPLogger::SetLogModuleMask(c.mask);
-        EXPECT_EQ(APPLogger::CheckCategory(c.category), c.passes) << c.category << c.mask;
-        EXPECT_EQ(APPLogger::GetLogModuleString(), c.modules);
-    }
-    for (int level : {0, 7, 9}) {
-        EXPECT_STREQ(APPLogger::GetLogLevelAsString(static_cast<LOGLevel>(level)), "Info");
-    }
-    EXPECT_STREQ(APPLogger::GetLogLevelAsString(LOGLevel_Emerg), "Emergency");
-    EXPECT_STREQ(APPLogger::GetLogLevelAsString(LOGLevel_All), "Debug");
-    EXPECT_EQ(APPLogger::GetLogModuleDefinitionString(),
-              "Valid values are:\n 0. All\n 1. APIManager\n 2. SCObject\n 3. SCTask\n"
-              " 4. CmdRecvd\n 5. CmdXML\n 6. RespXML\n 7. Cache\n 8. UserPrivilege\n"
-              "Enable multiple modules- example: 1|2|5\n");
-}
 
 TEST_F(APPLoggerTest, StatementsAreSilentWithoutATaskOrBelowTheLevel) {
     int evaluated = 0;

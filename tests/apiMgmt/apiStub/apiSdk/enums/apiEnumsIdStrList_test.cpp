@@ -44,33 +44,6 @@ TEST(APIEnumsIDStrListTest, MacrosMatchByNumberAndByText) {
     m_SET_ENUMVAL(UserPrivilegeEnum, UserPrivilegeEnum_VolumeManager, text);
     EXPECT_EQ(text, "VolumeManager");
 
-    std::vector<UserPrivilegeEnum> values;
-    m_GET_ENUMMASK_VAL_VEC(UserPrivilegeEnum, (std::vector<std::string>{"admin", "", "bogus", "3"}),
-                           values);
-    EXPECT_EQ(values, (std::vector<UserPrivilegeEnum>{UserPrivilegeEnum_Admin,
-                                                      UserPrivilegeEnum_Reporter}));
-    std::vector<std::string> texts;
-    m_SET_ENUMMASK_VAL_IN_STRING_VEC(
-        UserPrivilegeEnum,
-        (std::vector<UserPrivilegeEnum>{UserPrivilegeEnum_Reporter,
-                                        UserPrivilegeEnum_UnKnownOrInvalid, UserPrivilegeEnum_Admin,
-                                        UserPrivilegeEnum_Reporter}),
-        texts);
-    EXPECT_EQ(texts, (std::vector<std::string>{"3", "1"}));
-
-    std::string xml;
-    m_SET_ENUM_XML_STR(UserPrivilegeEnum, UserPrivilegeEnum_Admin, xml);
-    EXPECT_EQ(xml,
-              "<UserPrivilegeEnum><Value>1</Value><Description>Admin</Description>"
-              "<UiString>Admin</UiString></UserPrivilegeEnum>");
-    std::string masks;
-    m_SET_ENUMMASK_XML_STR(
-        ErrorStateEnum,
-        (std::vector<ErrorStateEnum>{ErrorStateEnum_None, ErrorStateEnum_OutOfMemory}), masks);
-    EXPECT_EQ(masks,
-              "<ErrorStateEnum><Value>1</Value><Description>None</Description><UiString>None"
-              "</UiString></ErrorStateEnum><ErrorStateEnum><Value>40</Value><Description>"
-              "OutOfMemory</Description><UiString>Out Of Memory</UiString></ErrorStateEnum>");
     EXPECT_EQ(
         APIEnumsIDStrList::GetEnumVal(APIEnumsIDStrList::gSCFilterTypeEnumIdStrList,
                                       APIEnumsIDStrList::gSCFilterTypeEnumCount, "RegexMatch", -1),

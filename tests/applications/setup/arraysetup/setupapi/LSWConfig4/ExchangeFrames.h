@@ -3,6 +3,8 @@
 #ifndef TESTS_LSWCONFIG4_EXCHANGEFRAMES_H
 #define TESTS_LSWCONFIG4_EXCHANGEFRAMES_H
 
+#include <gtest/gtest.h>
+
 #include <cstring>
 #include <initializer_list>
 #include <memory>
@@ -10,9 +12,12 @@
 #include <string>
 #include <vector>
 
+#include "LSWConfig4/LSWConfigModel.h"
 #include "LSWConfig4/setupMessageHandler.h"
 #include "LSWConfig4/setupMsgV4.h"
+#include "LSWConfig4/tlvUtils.h"
 #include "support/MemoryDevice.h"
+#include "zelutil/ZelIpAddress.h"
 
 namespace xchg {
 
@@ -41,6 +46,26 @@ inline Bytes Cat(std::initializer_list<Bytes> parts) {
 
 inline Bytes Str(const std::string& text) {
     return Bytes(text.begin(), text.end());
+}
+
+// A fault domain as discovery makes it from a record read off the wire.
+inline std::shared_ptr<ClswFaultDomainConfigData> Domain(const Bytes& iWire) {
+    FAULTDomainDataReader reader;
+    EXPECT_TRUE(reader.UnpackData(reinterpret_cast<const char*>(iWire.data()), iWire.size()));
+    auto domain = std::make_shared<ClswFaultDomainConfigData>();
+    *domain = reader;
+    return domain;
+}
+
+// An address from its text (which must parse), and back.
+inline CZelIpAddress Ip(const char* text) {
+    CZelIpAddress a;
+    EXPECT_FALSE(ipStringToAddr(&a, text)) << text;
+    return a;
+}
+inline std::string Text(const CZelIpAddress& a) {
+    char buf[ZEL_IP_ADDRESS_STRING_SIZE];
+    return ipAddrToString(&a, buf, sizeof(buf));
 }
 
 // One entry of a TLV block.

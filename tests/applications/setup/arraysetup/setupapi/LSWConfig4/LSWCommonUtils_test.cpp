@@ -8,17 +8,13 @@
 #include <sstream>
 #include <string>
 
+#include "ExchangeFrames.h"
 #include "LSWConfig4/LSWConfigModel.h"
 
 namespace {
 
 using Utils = CLSWCommonUtils;
-
-CZelIpAddress Ip(const char* text) {
-    CZelIpAddress a;
-    EXPECT_FALSE(ipStringToAddr(&a, text)) << text;
-    return a;
-}
+using xchg::Ip;
 
 // Each check appends its reason to what the message held, and says false exactly then.
 template <typename Check>

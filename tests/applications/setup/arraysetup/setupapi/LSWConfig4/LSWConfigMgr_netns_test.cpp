@@ -24,6 +24,7 @@
 #include "LSWConfig4/setupMsgV4.h"
 #include "LSWConfig4/unix/Adapter.h"
 #include "support/CellsimProcess.h"
+#include "support/Fields.h"
 #include "support/NetnsPeer.h"
 
 namespace {
@@ -192,14 +193,13 @@ TEST_F(RoadNetns, OneAdapterFromDiscoveryToAConfiguredArray) {
     auto top = ControllerOf(pairArray, 0);
     auto bottom = ControllerOf(pairArray, 1);
     ASSERT_TRUE(top && bottom);
-    EXPECT_EQ("RP-1", top->getSerialNumber());
-    EXPECT_TRUE(top->isPrimaryController());
-    EXPECT_EQ(4, top->getProtocolVersion()) << "it answered only the version 4 Hello";
-    EXPECT_EQ("02:CE:7D:00:01:01", top->getMacAddress());
-    EXPECT_EQ("RP-2", bottom->getSerialNumber());
-    EXPECT_FALSE(bottom->isPrimaryController());
-    EXPECT_EQ(5, bottom->getProtocolVersion());
-    EXPECT_EQ("wiz0", AdapterOf(top));
+    // The top answered only the version 4 Hello.
+    EXPECT_EQ(Fields(top->getSerialNumber(), top->isPrimaryController(), top->getProtocolVersion(),
+                     top->getMacAddress(), AdapterOf(top)),
+              "RP-1|1|4|02:CE:7D:00:01:01|wiz0");
+    EXPECT_EQ(Fields(bottom->getSerialNumber(), bottom->isPrimaryController(),
+                     bottom->getProtocolVersion()),
+              "RP-2|0|5");
     EXPECT_EQ(0u, top->getPublicKey().find("-----BEGIN RSA PUBLIC KEY-----"));
 
     auto diskArray = ArrayOf(arrays, disks);
@@ -312,28 +312,27 @@ TEST_F(RoadNetns, OneAdapterFromDiscoveryToAConfiguredArray) {
             setups.push_back(s);
     ASSERT_EQ(1u, setups.size());
     const Json& setup = *setups[0];
-    EXPECT_EQ("ROADPAIR-top", setup.at("controller").get<std::string>());
-    EXPECT_EQ("02:ce:7d:00:01:01", setup.at("dst").get<std::string>());
-    EXPECT_EQ(wiz0, setup.at("src").get<std::string>());
-    EXPECT_EQ(4, setup.at("version").get<long long>());
-    EXPECT_EQ("ok", setup.at("password_check").get<std::string>());
+    EXPECT_EQ(Fields(setup.at("controller").get<std::string>(), setup.at("dst").get<std::string>(),
+                     setup.at("src").get<std::string>(), setup.at("version").get<long long>(),
+                     setup.at("password_check").get<std::string>(),
+                     setup.at("setup_status").get<long long>()),
+              Fields("ROADPAIR-top", "02:ce:7d:00:01:01", wiz0, 4, "ok", 0));
     EXPECT_EQ(password, setup.at("password").get<std::string>());
-    EXPECT_EQ(0, setup.at("setup_status").get<long long>());
-    EXPECT_EQ("10.20.0.5", EntryValue(setup, "IPV4_MANAGEMENT_IP_ADDRESS").get<std::string>());
-    EXPECT_EQ("10.20.0.6", EntryValue(setup, "TOP_CTRL_ETH0_IPV4_ADDRESS").get<std::string>());
-    EXPECT_EQ("255.255.255.0", EntryValue(setup, "TOP_CTRL_ETH0_IPV4_NETMASK").get<std::string>());
-    EXPECT_EQ("10.20.0.1",
-              EntryValue(setup, "TOP_CTRL_ETH0_IPV4_DEFAULT_GATEWAY").get<std::string>());
-    EXPECT_EQ("10.20.0.7", EntryValue(setup, "BOTTOM_CTRL_ETH0_IPV4_ADDRESS").get<std::string>());
-    EXPECT_EQ("255.255.255.0",
-              EntryValue(setup, "BOTTOM_CTRL_ETH0_IPV4_NETMASK").get<std::string>());
-    EXPECT_EQ("10.20.0.1",
-              EntryValue(setup, "BOTTOM_CTRL_ETH0_IPV4_DEFAULT_GATEWAY").get<std::string>());
-    EXPECT_EQ("10.20.0.53", EntryValue(setup, "PRIMARY_DNS_SERVER").get<std::string>());
-    EXPECT_EQ("10.20.0.54", EntryValue(setup, "SECONDARY_DNS_SERVER").get<std::string>());
-    EXPECT_EQ("Road Cell", EntryValue(setup, "STORAGECELL_NAME").get<std::string>());
-    EXPECT_EQ("road.test", EntryValue(setup, "DOMAIN_NAME").get<std::string>());
-    EXPECT_EQ("ops@road.test", EntryValue(setup, "DEFAULT_USER_EMAIL").get<std::string>());
+    const std::pair<const char*, const char*> entries[] = {
+        {"IPV4_MANAGEMENT_IP_ADDRESS", "10.20.0.5"},
+        {"TOP_CTRL_ETH0_IPV4_ADDRESS", "10.20.0.6"},
+        {"TOP_CTRL_ETH0_IPV4_NETMASK", "255.255.255.0"},
+        {"TOP_CTRL_ETH0_IPV4_DEFAULT_GATEWAY", "10.20.0.1"},
+        {"BOTTOM_CTRL_ETH0_IPV4_ADDRESS", "10.20.0.7"},
+        {"BOTTOM_CTRL_ETH0_IPV4_NETMASK", "255.255.255.0"},
+        {"BOTTOM_CTRL_ETH0_IPV4_DEFAULT_GATEWAY", "10.20.0.1"},
+        {"PRIMARY_DNS_SERVER", "10.20.0.53"},
+        {"SECONDARY_DNS_SERVER", "10.20.0.54"},
+        {"STORAGECELL_NAME", "Road Cell"},
+        {"DOMAIN_NAME", "road.test"},
+        {"DEFAULT_USER_EMAIL", "ops@road.test"}};
+    for (const auto& e : entries)
+        EXPECT_EQ(e.second, EntryValue(setup, e.first).get<std::string>()) << e.first;
     auto setupReplies = EventsOf(events, "tx", "SETUP_RSP");
     ASSERT_EQ(1u, setupReplies.size()) << "the silent controller's request got none";
     EXPECT_EQ("ROADPAIR-top", (*setupReplies[0]).at("controller").get<std::string>());
@@ -363,9 +362,10 @@ TEST_F(RoadNetns, OneAdapterFromDiscoveryToAConfiguredArray) {
     // The prejoin reached the primary alone and was not answered.
     auto prejoins = EventsOf(events, "rx", "PREJOIN_REQ");
     ASSERT_EQ(1u, prejoins.size());
-    EXPECT_EQ("02:ce:7d:00:01:01", (*prejoins[0]).at("dst").get<std::string>());
-    EXPECT_EQ(4, (*prejoins[0]).at("version").get<long long>());
-    EXPECT_TRUE((*prejoins[0]).at("recorded").get<bool>());
+    EXPECT_EQ(Fields((*prejoins[0]).at("dst").get<std::string>(),
+                     (*prejoins[0]).at("version").get<long long>(),
+                     (*prejoins[0]).at("recorded").get<bool>()),
+              "02:ce:7d:00:01:01|4|1");
     EXPECT_TRUE(EventsOf(events, "tx", "PREJOIN_RSP").empty());
 }
 

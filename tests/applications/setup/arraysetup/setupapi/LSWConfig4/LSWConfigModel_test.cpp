@@ -9,25 +9,19 @@
 #include <string>
 #include <vector>
 
+#include "ExchangeFrames.h"
 #include "LSWConfig4/LSWConfigMgr.h"
 #include "LSWConfig4/tlvUtils.h"
 #include "LSWConfig4/unix/Adapter.h"
+#include "support/Fields.h"
 
 namespace {
 
 using Controller = std::shared_ptr<CLSWVesperController>;
-using Bytes = std::vector<unsigned char>;
-
-CZelIpAddress Ip(const char* text) {
-    CZelIpAddress a;
-    EXPECT_FALSE(ipStringToAddr(&a, text)) << text;
-    return a;
-}
-
-std::string Text(const CZelIpAddress& a) {
-    char buf[64];
-    return ipAddrToString(&a, buf, sizeof(buf));
-}
+using xchg::Bytes;
+using xchg::Domain;
+using xchg::Ip;
+using xchg::Text;
 
 // A controller that passes every rule; tests break one thing at a time.
 Controller Good(const std::string& hw = "HW1", const char* address = "10.0.0.10") {
@@ -166,16 +160,9 @@ TEST(VesperController, TransportTypeIsTakenFromFirstNonEmbeddedDomainAndKept) {
     embedded[15] = 1;  // embedded
     Bytes plain = DomainBytes(2, {});
     plain[14] = 5;
-    auto add = [&](const Bytes& b) {
-        FAULTDomainDataReader r;
-        ASSERT_TRUE(r.UnpackData(reinterpret_cast<const char*>(b.data()), b.size()));
-        auto d = std::make_shared<ClswFaultDomainConfigData>();
-        *d = r;
-        c.addFaultDomain(d);
-    };
-    add(embedded);
+    c.addFaultDomain(Domain(embedded));
     EXPECT_EQ(c.getTransportType(), 0u);
-    add(plain);
+    c.addFaultDomain(Domain(plain));
     EXPECT_EQ(c.getTransportType(), 5u);
     // The getter wrote the field: with only embedded domains left, 5 is still answered.
     std::vector<std::shared_ptr<IlswFaultDomainConfigData>> onlyEmbedded = {
@@ -372,11 +359,9 @@ TEST(VesperArray, FirstDiscoveredControllerNamesTheArray) {
     c->SetProductFamily(3);
     c->SetProductVersionFromController(ClswDefs::SYS_TARGET_QUILLBROOK_MODEL_QB7000);
     a.AddControllerInternal(c);
-    EXPECT_EQ(a.getArrayId(), "TAG9");
-    EXPECT_EQ(a.getLocale(), "de_DE");
-    EXPECT_EQ(a.getArrayName(), "cell-a");
-    EXPECT_EQ(a.getProductFamily(), 3);
-    EXPECT_EQ(a.getProductVersion(), ClswDefs::SYS_TARGET_QUILLBROOK_MODEL_QB7000);
+    EXPECT_EQ(Fields(a.getArrayId(), a.getLocale(), a.getArrayName(), a.getProductFamily(),
+                     a.getProductVersion()),
+              "TAG9|de_DE|cell-a|3|13");
 
     // An uninitialized first controller gives no name.
     CLSWVesperArray b;
@@ -487,22 +472,12 @@ TEST(VesperArray, ValidateComparesTextsOfBothControllers) {
 TEST(VesperArray, FaultDomainsMergeOnceIntoTheFirstControllersObjects) {
     auto c0 = Good("HW1");
     auto c1 = Good("HW2", "10.0.0.11");
-    auto d0 = std::make_shared<ClswFaultDomainConfigData>();
+    auto d0 = Domain(DomainBytes(1, {}));
     d0->addPortConfigurationData(Port(1, "10.1.0.11"));
-    FAULTDomainDataReader r;
-    Bytes id1 = DomainBytes(1, {});
-    ASSERT_TRUE(r.UnpackData(reinterpret_cast<const char*>(id1.data()), id1.size()));
-    *d0 = r;
     c0->addFaultDomain(d0);
-
-    auto e1 = std::make_shared<ClswFaultDomainConfigData>();
-    *e1 = r;
+    auto e1 = Domain(DomainBytes(1, {}));
     e1->addPortConfigurationData(Port(2, "10.1.0.12"));
-    FAULTDomainDataReader r2;
-    Bytes id2 = DomainBytes(2, {});
-    ASSERT_TRUE(r2.UnpackData(reinterpret_cast<const char*>(id2.data()), id2.size()));
-    auto e2 = std::make_shared<ClswFaultDomainConfigData>();
-    *e2 = r2;
+    auto e2 = Domain(DomainBytes(2, {}));
     e2->addPortConfigurationData(Port(3, "10.1.0.13"));
     c1->addFaultDomain(e1);
     c1->addFaultDomain(e2);
@@ -582,26 +557,23 @@ TEST(VesperArray, CopyToBottomPrimarySwapsEthernetButNotManagementProcessor) {
     array.CopySecondaryControllerInfoToPrimary();
 
     // Ethernet: the other's values on top, the primary's own in the secondary fields.
-    EXPECT_EQ(a->getEth0Ip4Address(), "10.0.0.11");
-    EXPECT_EQ(a->getEth0Ip4Gateway(), "10.0.0.3");
-    EXPECT_EQ(a->getEth0Ip4Netmask(), "255.255.255.128");
-    EXPECT_EQ(Text(a->GetEth0Ip4AddressValue()), "10.0.0.11");
-    EXPECT_EQ(Text(a->GetSecondaryEth0Ip4AddressValue()), "10.0.0.10");
-    EXPECT_EQ(Text(a->GetSecondaryEth0Ip4GatewayValue()), "10.0.0.1");
-    EXPECT_EQ(Text(a->GetSecondaryEth0Ip4NetmaskValue()), "255.255.255.0");
-    ASSERT_EQ(a->getFaultDomainConfigurationData().size(), 1u);
-    EXPECT_EQ(a->getFaultDomainConfigurationData()[0], bd);
-    ASSERT_EQ(a->GetSecondaryCtrlFaultDomainConfigurationData().size(), 1u);
-    EXPECT_EQ(a->GetSecondaryCtrlFaultDomainConfigurationData()[0], ad);
+    EXPECT_EQ(Fields(a->getEth0Ip4Address(), a->getEth0Ip4Gateway(), a->getEth0Ip4Netmask(),
+                     Text(a->GetEth0Ip4AddressValue()), Text(a->GetSecondaryEth0Ip4AddressValue()),
+                     Text(a->GetSecondaryEth0Ip4GatewayValue()),
+                     Text(a->GetSecondaryEth0Ip4NetmaskValue())),
+              "10.0.0.11|10.0.0.3|255.255.255.128|10.0.0.11|10.0.0.10|10.0.0.1|255.255.255.0");
+    EXPECT_EQ(a->getFaultDomainConfigurationData(),
+              std::vector<std::shared_ptr<IlswFaultDomainConfigData>>{bd});
+    EXPECT_EQ(a->GetSecondaryCtrlFaultDomainConfigurationData(),
+              std::vector<std::shared_ptr<IlswFaultDomainConfigData>>{ad});
 
     // Management processor: not swapped. The primary keeps its own on top, the other's
     // values end in the secondary fields.
-    EXPECT_EQ(Text(a->GetBmcIp4AddressValue()), "192.168.0.10");
-    EXPECT_EQ(Text(a->GetBmcIp4NetmaskValue()), "255.255.255.0");
-    EXPECT_EQ(Text(a->GetBmcIp4GatewayValue()), "192.168.0.1");
-    EXPECT_EQ(Text(a->GetSecondaryBmcIp4AddressValue()), "192.168.0.11");
-    EXPECT_EQ(Text(a->GetSecondaryBmcIp4NetmaskValue()), "255.255.0.0");
-    EXPECT_EQ(Text(a->GetSecondaryBmcIp4GatewayValue()), "192.168.0.2");
+    EXPECT_EQ(Fields(Text(a->GetBmcIp4AddressValue()), Text(a->GetBmcIp4NetmaskValue()),
+                     Text(a->GetBmcIp4GatewayValue()), Text(a->GetSecondaryBmcIp4AddressValue()),
+                     Text(a->GetSecondaryBmcIp4NetmaskValue()),
+                     Text(a->GetSecondaryBmcIp4GatewayValue())),
+              "192.168.0.10|255.255.255.0|192.168.0.1|192.168.0.11|255.255.0.0|192.168.0.2");
     EXPECT_EQ(b->getEth0Ip4Address(), "10.0.0.11");
 }
 
@@ -614,12 +586,11 @@ TEST(Records, PortFromReaderAndItsTwoCopies) {
     auto port = std::make_shared<ClswPortConfigData>();
     *port = *domainReader.GetPort(0);
     // Signed bytes widen; the rest of the fields are the reader's, proven with its bytes.
-    EXPECT_EQ(port->getSlotNumber(), 0xFFFFFFFFu);
-    EXPECT_EQ(port->getControllerIndex(), 0xFFFFFFFEu);
-    EXPECT_EQ(Text(port->GetIpv4AddressValue()), "10.1.0.11");
     // 0.0.0.0 is kept as text, and the value stays all zero.
-    EXPECT_EQ(port->getIpv4Gateway(), "0.0.0.0");
-    EXPECT_TRUE(port->GetIpv4GatewayValue().isNull());
+    EXPECT_EQ(
+        Fields(port->getSlotNumber(), port->getControllerIndex(), Text(port->GetIpv4AddressValue()),
+               port->getIpv4Gateway(), port->GetIpv4GatewayValue().isNull()),
+        "4294967295|4294967294|10.1.0.11|0.0.0.0|1");
 
     // "abc" leaves the previous value in place.
     port->setIpv4NetMask("abc");
@@ -629,19 +600,16 @@ TEST(Records, PortFromReaderAndItsTwoCopies) {
     // CopyFrom: numbers but the card model, texts as they stand, no values.
     auto copied = std::make_shared<ClswPortConfigData>();
     copied->CopyFrom(port);
-    EXPECT_EQ(copied->getSlotNumber(), 0xFFFFFFFFu);
-    EXPECT_EQ(copied->getControllerIndex(), 0xFFFFFFFEu);
-    EXPECT_EQ(copied->getCardModel(), 0u);
-    EXPECT_EQ(copied->getIpv4Address(), "10.1.0.11");
-    EXPECT_TRUE(copied->GetIpv4AddressValue().isNull());
+    EXPECT_EQ(Fields(copied->getSlotNumber(), copied->getControllerIndex(), copied->getCardModel(),
+                     copied->getIpv4Address(), copied->GetIpv4AddressValue().isNull()),
+              "4294967295|4294967294|0|10.1.0.11|1");
 
     // operator=: the card model too, the values through the setters.
     ClswPortConfigData assigned;
     assigned = *port;
-    EXPECT_EQ(assigned.getCardModel(), 9u);
-    EXPECT_EQ(Text(assigned.GetIpv4AddressValue()), "10.1.0.11");
-    EXPECT_EQ(assigned.getIpv4NetMask(), "abc");
-    EXPECT_TRUE(assigned.GetIpv4NetMaskValue().isNull());
+    EXPECT_EQ(Fields(assigned.getCardModel(), Text(assigned.GetIpv4AddressValue()),
+                     assigned.getIpv4NetMask(), assigned.GetIpv4NetMaskValue().isNull()),
+              "9|10.1.0.11|abc|1");
 }
 
 TEST(Records, FaultDomainFromReaderAndItsTwoCopies) {
@@ -661,11 +629,9 @@ TEST(Records, FaultDomainFromReaderAndItsTwoCopies) {
     // CopyFrom: the gateway's text stands for the netmask too; the ports are shared.
     auto copied = std::make_shared<ClswFaultDomainConfigData>();
     copied->CopyFrom(source);
-    EXPECT_EQ(copied->getFaultDomainID(), 0xFFFFFF85u);
-    EXPECT_EQ(copied->getIpv4Address(), "10.1.0.1");
-    EXPECT_EQ(copied->getIpv4NetMask(), "10.1.0.254");
-    EXPECT_EQ(copied->getIpv4Gateway(), "10.1.0.254");
-    EXPECT_TRUE(copied->GetIpv4AddressValue().isNull());
+    EXPECT_EQ(Fields(copied->getFaultDomainID(), copied->getIpv4Address(), copied->getIpv4NetMask(),
+                     copied->getIpv4Gateway(), copied->GetIpv4AddressValue().isNull()),
+              "4294967173|10.1.0.1|10.1.0.254|10.1.0.254|1");
     ASSERT_EQ(copied->getNumberOfPorts(), 4u);
     copied->getPortConfigurationData()[0]->setNetwork(42);
     EXPECT_EQ(source->getPortConfigurationData()[0]->getNetwork(), 42u);

@@ -12,6 +12,7 @@
 #include <utility>
 #include <vector>
 
+#include "ExchangeFrames.h"
 #include "LSWConfig4/LSWConfigModel.h"
 #include "LSWConfig4/SetupTLV.h"
 #include "LSWConfig4/setupMsgV4.h"
@@ -23,6 +24,9 @@ namespace {
 using Bytes = std::vector<unsigned char>;
 using Entry = std::pair<int, Bytes>;
 using Controller = std::shared_ptr<CLSWVesperController>;
+using xchg::Domain;
+using xchg::Ip;
+using xchg::Str;
 
 struct PkeyFree {
     void operator()(EVP_PKEY* key) const { EVP_PKEY_free(key); }
@@ -50,16 +54,6 @@ const Bytes* Find(const std::vector<Entry>& entries, int code) {
         if (e.first == code)
             return &e.second;
     return nullptr;
-}
-
-Bytes Str(const std::string& text) {
-    return Bytes(text.begin(), text.end());
-}
-
-CZelIpAddress Ip(const char* text) {
-    CZelIpAddress a;
-    EXPECT_FALSE(ipStringToAddr(&a, text)) << text;
-    return a;
 }
 
 std::vector<Entry> Build(const Controller& c) {
@@ -118,14 +112,6 @@ Bytes DomainBytes(Bytes head, const std::vector<Bytes>& ports) {
     for (const auto& p : ports)
         head.insert(head.end(), p.begin(), p.end());
     return head;
-}
-
-std::shared_ptr<IlswFaultDomainConfigData> Domain(const Bytes& wire) {
-    FAULTDomainDataReader reader;
-    EXPECT_TRUE(reader.UnpackData(reinterpret_cast<const char*>(wire.data()), wire.size()));
-    auto domain = std::make_shared<ClswFaultDomainConfigData>();
-    *domain = reader;
-    return domain;
 }
 
 // Only what every request carries.

@@ -4,7 +4,6 @@
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
 
-#include <climits>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -117,7 +116,6 @@ TEST(ZelIpAddress, AddressToText) {
     EXPECT_STREQ(zelAddrNtoA(&zelAddr4_any), "0.0.0.0");
     EXPECT_EQ(zelAddrNtoA(&zelAddr_zero), nullptr);
     EXPECT_EQ(zelAddrNtoA(&odd), nullptr);
-    EXPECT_STREQ(IPADDR_STRING(odd), "Invalid");
     EXPECT_EQ(GetIpAddressStr(CZelIpAddress(zelAddr4_any)), "");
     EXPECT_EQ(GetIpAddressStr(CZelIpAddress(zelAddr6_loopback)), "::1");
 
@@ -134,14 +132,6 @@ TEST(ZelIpAddress, AddressToText) {
     ipAddrToString(&a, buf, 0);
     EXPECT_EQ(buf[0], 'x');
     EXPECT_EQ(ipAddrToString(&a, nullptr, 16), nullptr);
-
-    // The text is made at construction; only the low 32 bits of a number are the address.
-    CZelIpAddressString s(a);
-    a.set_IPv4(0);
-    EXPECT_STREQ(s, "192.168.100.200");
-    unsigned long n = htonl(0x01020304);
-    n += ULONG_MAX - 0xFFFFFFFFul;
-    EXPECT_STREQ(CZelIpAddressString(n), "1.2.3.4");
 }
 
 }  // namespace

@@ -34,14 +34,7 @@ TEST(ZelStringUtilTest, ConvertedStringKeepsSizeMinusOneBytes) {
     EXPECT_EQ(GetConvertedString(std::string("ab\0cd", 5), 16), "ab");
 }
 
-TEST(ZelStringUtilTest, CaseInsensitiveTraitsAndComparison) {
-    EXPECT_EQ(ci_char_traits::compare("Hello", "hELLO", 5), 0);
-    EXPECT_EQ(ci_char_traits::compare("abc", "ABD", 3), 'C' - 'D');
-    EXPECT_EQ(ci_char_traits::compare("abz", "ABa", 3), 'Z' - 'A');
-    EXPECT_EQ(ci_char_traits::compare("abX", "ABy", 2), 0);  // only n bytes count
-    EXPECT_EQ(ci_string("StorageCell"), ci_string("STORAGEcell"));
-    EXPECT_EQ(ci_string("Hello").find('L'), 2u);
-
+TEST(ZelStringUtilTest, CaseInsensitiveComparison) {
     EXPECT_TRUE(AreStringsIdenticalIgnoreCase("", ""));
     EXPECT_TRUE(AreStringsIdenticalIgnoreCase("Vesper-A", "vESPER-a"));
     EXPECT_FALSE(AreStringsIdenticalIgnoreCase("abc", "abcd"));

@@ -1,4 +1,4 @@
-// Adapter records and a device whose session could not be opened; no network needed.
+// Adapter records and MAC texts; no network needed.
 #include "LSWConfig4/unix/Adapter.h"
 
 #include <gtest/gtest.h>
@@ -41,34 +41,6 @@ TEST(ZelAdapter, MacTextOnlyForAnInterfaceThatHasOne) {
     // The loopback has a link-layer address of six zero bytes.
     ASSERT_TRUE(GetMACAddrString("lo", text));
     EXPECT_STREQ("00:00:00:00:00:00", text);
-}
-
-TEST(CL2Device, FailedSessionRefusesAtOnce) {
-    EXPECT_EQ(nullptr, CL2::GetInterface(kMac, "no-such-if0"));
-    EXPECT_EQ(nullptr, CL2::GetInterface(kMac, "no-such-if0", true));
-    EXPECT_EQ(nullptr, CL2::GetInterface(kMac, nullptr));
-
-    CL2_Inner device(kMac, "no-such-if0");
-    EXPECT_FALSE(device.IsOpen());
-    EXPECT_NE(nullptr, strstr(device.LastError(), "no-such-if0"));
-
-    unsigned char buf[64];
-    memset(buf, 0xEE, sizeof(buf));
-    EXPECT_EQ(-1, device.Read(buf, sizeof(buf), DEFAULT_IO_TIMEOUT));
-    EXPECT_EQ(0xEE, buf[0]);
-
-    EXPECT_EQ(-1, device.Write(buf, sizeof(buf)));
-    EXPECT_EQ(-1, device.Poll(1));
-    struct pcap_stat stats;
-    EXPECT_FALSE(device.GetPcapStats(&stats));
-    device.GetPcapStats();  // traces the failure, nothing more
-
-    unsigned char mac[6] = {};
-    device.getMacAddr(mac);
-    EXPECT_EQ(0, memcmp(mac, kMac, 6));
-    const unsigned char mcast[6] = {0x01, 0x09, 0x8A, 0x00, 0x00, 0x01};
-    const unsigned char snap[8] = {0xAA, 0xAA, 0x03, 0x00, 0x09, 0x8A, 0x00, 0x01};
-    EXPECT_EQ(0, device.setfilter(mcast, snap));
 }
 
 }  // namespace
