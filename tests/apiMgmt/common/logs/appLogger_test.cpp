@@ -48,8 +48,34 @@ protected:
     void TearDown() override {
         { APPLogger shutdown; }
         APPLogger::SetLogLevel(LOGLevel_Warning);
+        APPLogger::SetLogModuleMask(0xFF);
     }
 };
+
+// The module text is a "|" list of numbers: 0 or anything unreadable opens every module.
+TEST_F(APPLoggerTest, ModuleMaskFromTextAndCategories) {
+    struct {
+        const char* text;
+        unsigned int mask;
+    } masks[] = {{"", 0x55},     {"0", 0xFF},  {"1|0|3", 0xFF}, {"1|2|5", 0x13}, {"x", 0xFF},
+                 {"1||3", 0xFF}, {"9", 0x100}, {"33", 0x1},     {"8|", 0x80}};
+    for (const auto& c : masks) {
+        APPLogger::SetLogModuleMask(0x55);
+        APPLogger::SetLogModuleFromString(c.text);
+        EXPECT_EQ(APPLogger::GetLogModuleMask(), c.mask) << '"' << c.text << '"';
+    }
+    struct {
+        unsigned int mask;
+        const char* category;
+        bool passes;
+    } categories[] = {{0x10, "cmdxml", true},          {0x01, "CmdXML", false},
+                      {0x01, "ApiMgmtBaseTask", true}, {0x00, "ApiMgmtBaseTask", false},
+                      {0x02, "all", true},             {0x13, "SCTask", false}};
+    for (const auto& c : categories) {
+        APPLogger::SetLogModuleMask(c.mask);
+        EXPECT_EQ(APPLogger::CheckCategory(c.category), c.passes) << c.category << c.mask;
+    }
+}
 
 TEST_F(APPLoggerTest, StatementsAreSilentWithoutATaskOrBelowTheLevel) {
     int evaluated = 0;

@@ -297,4 +297,23 @@ TEST(ApiAttribute, ValidationMessages) {
               (std::vector<std::string>{"a:b", "c"}));
 }
 
+// A skipped first key still leaves the next column's comma: header and data keep one shape.
+TEST(ApiObject, CsvKeepsTheLeadingComma) {
+    APIScController c;
+    c.SetName("n,1");
+    c.SetIndex(3);
+    // Keys in map order: Index, Name, ObjectType.
+    const APIAttributeList onlyName = {APIScController::GetNameAttr()};
+    EXPECT_EQ(c.CreateCSVHeader(onlyName), "<Header>,Name,</Header>");
+    EXPECT_EQ(c.CreateCSVData(onlyName), ",n--cm--1,");
+    EXPECT_EQ(c.CreateCSVHeaderAndData(),
+              "<Header>Index,Name,ObjectType</Header><Data>3,n--cm--1,ScController</Data>");
+    COMPObjectMethodReturn r(true);
+    r.SetReturnObject(new APIScController(c), false);
+    r.SetReturnObject(new APIScController(c), false);
+    EXPECT_EQ(r.GetReturnString(ObjectReturnEncodeEnum_Csv),
+              "<ReturnObjectArray><Header>Index,Name,ObjectType</Header><Data>3,n--cm--1,"
+              "ScController:3,n--cm--1,ScController:</Data></ReturnObjectArray>");
+}
+
 }  // namespace
