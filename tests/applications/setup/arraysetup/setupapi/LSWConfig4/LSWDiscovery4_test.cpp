@@ -78,54 +78,21 @@ Bytes PortTree(int iControllers = 1) {
 }
 
 std::vector<Entry> FullAnswer() {
-    return {
-        {1, Str("SVC-TAG-7")},
-        {2, Str("disk summary")},
-        {3, LE16(11)},
-        {4, Hex("00 64")},
-        {5, Hex("01")},
-        {6, Hex("04 03 02 01")},
-        {7, Str("HWSN-001")},
-        {8, Hex("0B 00 00 0A")},
-        {9, Hex("00 FF FF FF")},
-        {10, Hex("01 00 00 0A")},
-        {11, Ip6("fd00::1")},
-        {12, Ip6("fd00::2")},
-        {13, Hex("01 40")},
-        {14, Str("cell-one")},
-        {15, Str("example.test")},
-        {16, Hex("04 04 08 08")},
-        {17, Hex("02 00 00 01")},
-        {18, LE16(451)},
-        {19, Str("-----BEGIN RSA PUBLIC KEY-----\nnot base64 at all\n")},
-        {20, LE16(2)},
-        {21, LE16(4)},
-        {22, LE16(2)},
-        {23, Hex("01")},
-        {24, Str("eth7")},
-        {25, Str("raid6")},
-        {26, Hex("07")},
-        {27, Hex("01")},
-        {28, Hex("02")},
-        {29, Hex("01")},
-        {30, Hex("05 00 A8 C0")},
-        {31, Ip6("fd00::9")},
-        {32, Hex("01 00 A8 C0")},
-        {33, Ip6("fd00::a")},
-        {34, LE16(1)},
-        {35, PortTree()},
-        {36, Hex("00")},
-        {37, LE16(1)},
-        {38, LE16(5)},
-        {39, LE16(0x1234)},
-        {40, Hex("01")},
-        {41, Hex("00 04 00 00 00 00")},
-        {42, Hex("00 FF FF FF")},
-        {43, Hex("01")},
-        {44, Hex("01")},
-        {45, Str("fr_FR")},
-        {99, Str("from a later release")},
-    };
+    // clang-format off
+    return {{1, Str("SVC-TAG-7")}, {2, Str("disk summary")}, {3, LE16(11)}, {4, Hex("00 64")},
+            {5, Hex("01")}, {6, Hex("04 03 02 01")}, {7, Str("HWSN-001")}, {8, Hex("0B 00 00 0A")},
+            {9, Hex("00 FF FF FF")}, {10, Hex("01 00 00 0A")}, {11, Ip6("fd00::1")},
+            {12, Ip6("fd00::2")}, {13, Hex("01 40")}, {14, Str("cell-one")},
+            {15, Str("example.test")}, {16, Hex("04 04 08 08")}, {17, Hex("02 00 00 01")},
+            {18, LE16(451)}, {19, Str("-----BEGIN RSA PUBLIC KEY-----\nnot base64 at all\n")},
+            {20, LE16(2)}, {21, LE16(4)}, {22, LE16(2)}, {23, Hex("01")}, {24, Str("eth7")},
+            {25, Str("raid6")}, {26, Hex("07")}, {27, Hex("01")}, {28, Hex("02")}, {29, Hex("01")},
+            {30, Hex("05 00 A8 C0")}, {31, Ip6("fd00::9")}, {32, Hex("01 00 A8 C0")},
+            {33, Ip6("fd00::a")}, {34, LE16(1)}, {35, PortTree()}, {36, Hex("00")}, {37, LE16(1)},
+            {38, LE16(5)}, {39, LE16(0x1234)}, {40, Hex("01")}, {41, Hex("00 04 00 00 00 00")},
+            {42, Hex("00 FF FF FF")}, {43, Hex("01")}, {44, Hex("01")}, {45, Str("fr_FR")},
+            {99, Str("from a later release")}};
+    // clang-format on
 }
 
 TEST(HelloParse, EveryFieldOfAFullAnswer) {
@@ -151,39 +118,20 @@ TEST(HelloParse, EveryFieldOfAFullAnswer) {
     adapter.m_next = nullptr;
     std::shared_ptr<CLSWVesperController> c = rec->GetVesperInfo(&adapter);
     ASSERT_TRUE(c);
-    // The texts the operator sees, each from its own field.
-    const std::pair<std::string, const char*> texts[] = {{c->getVersion(), "7.1.2"},
-                                                         {c->getHardwareSn(), "HWSN-001"},
-                                                         {c->getServiceTag(), "SVC-TAG-7"},
-                                                         {c->getMgmtIp4Address(), "1.2.3.4"},
-                                                         {c->getEth0Ip4Address(), "10.0.0.11"},
-                                                         {c->getEth0Ip4Netmask(), "255.255.255.0"},
-                                                         {c->getEth0Ip4Gateway(), "10.0.0.1"},
-                                                         {c->getMgmtIp6Address(), "fd00::1"},
-                                                         {c->getEth0Ip6Address(), "fd00::2\\64"},
-                                                         {c->getPrimaryDns(), "8.8.4.4"},
-                                                         {c->getSecondaryDns(), "1.0.0.2"},
-                                                         {c->getBmcIp4Address(), "192.168.0.5"},
-                                                         {c->getBmcIp4Gateway(), "192.168.0.1"},
-                                                         {c->getBmcIp4Netmask(), "255.255.255.0"},
-                                                         {c->getScName(), "cell-one"},
-                                                         {c->getDomainName(), "example.test"},
-                                                         {c->getEthernetDev(), "eth7"},
-                                                         {c->getRaidLevel(), "raid6"},
-                                                         {c->getLocale(), "fr_FR"}};
-    for (const auto& t : texts)
-        EXPECT_EQ(t.first, t.second);
-    const long long numbers[][2] = {{c->getProductVersion(), 11},
-                                    {c->getProductFamily(), 2},
-                                    {c->getPublicKeyLength(), 451},
-                                    {c->getLicensedControllers(), 2},
-                                    {c->getIscsiPorts(), 4},
-                                    {c->getCanisterId(), 1},
-                                    {c->getBlinkValue(), 1},
-                                    {c->getDiscoveryErrorStatus(), 5},
-                                    {c->getControllerModelNum(), 0x1234}};
-    for (const auto& n : numbers)
-        EXPECT_EQ(n[0], n[1]) << &n - numbers;
+    // The texts the operator sees, each from its own field, then the numbers.
+    EXPECT_EQ(Fields(c->getVersion(), c->getHardwareSn(), c->getServiceTag(),
+                     c->getMgmtIp4Address(), c->getEth0Ip4Address(), c->getEth0Ip4Netmask(),
+                     c->getEth0Ip4Gateway(), c->getMgmtIp6Address(), c->getEth0Ip6Address(),
+                     c->getPrimaryDns(), c->getSecondaryDns(), c->getBmcIp4Address(),
+                     c->getBmcIp4Gateway(), c->getBmcIp4Netmask(), c->getScName(),
+                     c->getDomainName(), c->getEthernetDev(), c->getRaidLevel(), c->getLocale()),
+              "7.1.2|HWSN-001|SVC-TAG-7|1.2.3.4|10.0.0.11|255.255.255.0|10.0.0.1|fd00::1|"
+              "fd00::2\\64|8.8.4.4|1.0.0.2|192.168.0.5|192.168.0.1|255.255.255.0|cell-one|"
+              "example.test|eth7|raid6|fr_FR");
+    EXPECT_EQ(Fields(c->getProductVersion(), c->getProductFamily(), c->getPublicKeyLength(),
+                     c->getLicensedControllers(), c->getIscsiPorts(), c->getCanisterId(),
+                     c->getBlinkValue(), c->getDiscoveryErrorStatus(), c->getControllerModelNum()),
+              "11|2|451|2|4|1|1|5|4660");
     EXPECT_TRUE(c->isIpConfigured() && !c->isInitialized() && c->IsUnifiedBlockFileEnabled());
     ASSERT_TRUE(c->GetAdapterInfo());
     EXPECT_EQ(memcmp(c->GetAdapterInfo()->m_addr, adapter.m_addr, 6), 0);
@@ -319,10 +267,9 @@ TEST(HelloFilter, MaskTable) {
     EXPECT_TRUE(Parse({{22, LE16(2)}, {3, LE16(11)}})->IsControllerRequired(1));
 
     CHello4 hello(nullptr, 2);
-    EXPECT_TRUE(hello.chkPlatform(2));
-    EXPECT_FALSE(hello.chkPlatform(1));
-    EXPECT_FALSE(hello.chkPlatform(3));
-    EXPECT_FALSE(hello.chkPlatform(6));
+    EXPECT_EQ(Fields(hello.chkPlatform(2), hello.chkPlatform(1), hello.chkPlatform(3),
+                     hello.chkPlatform(6)),
+              "1|0|0|0");
 }
 
 // ---- The exchange over a device in memory ----------------------------------------------
