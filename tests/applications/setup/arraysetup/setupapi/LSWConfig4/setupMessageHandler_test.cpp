@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "ExchangeFrames.h"
+#include "support/Fields.h"
 #include "support/ManualClock.h"
 #include "support/MemoryDevice.h"
 #include "zelutil/ZelStringUtil.h"
@@ -67,19 +68,24 @@ std::vector<Bytes> Frames(const SetupAPIMessage& msg) {
     return out.Sent();
 }
 
+// The lone frame of a short message; the write answers that frame's size.
+Bytes OneFrame(const SetupAPIMessage& msg) {
+    MEMORYDevice out(kAdapterMac);
+    const int written = Handler().WriteSetupAPIMessage(out, msg);
+    EXPECT_EQ(out.Sent().size(), 1u);
+    const Bytes frame = out.Sent().empty() ? Bytes() : out.Sent()[0];
+    EXPECT_EQ(written, static_cast<int>(frame.size()));
+    return frame;
+}
+
 // --- Sending: frames against the byte tables ------------------------------------------
 
 TEST(MessageWrite, HelloRequestsAreTheTableFrames) {
     const Bytes linkV5 =
         Hex("01 09 8A 00 00 01  AA BB CC DD EE FF  00 36  AA AA 03 00 09 8A 00 01");
-
-    MEMORYDevice dev(kAdapterMac);
-    Handler handler;
     HELLORequest plain(MESSAGE_VERSION_5);
     plain.msghdr.Reset(0, nullptr, kAdapterMac);
-    EXPECT_EQ(handler.WriteSetupAPIMessage(dev, plain), 68);
-    ASSERT_EQ(dev.Sent().size(), 1u);
-    EXPECT_EQ(dev.Sent()[0],
+    EXPECT_EQ(OneFrame(plain),
               Cat({linkV5, Hex("00 05  00 01  00 22  01 01  FC F0 A6 C7  00 02"), Zeros(32)}));
 
     HELLORequest withLocale(MESSAGE_VERSION_5);
@@ -87,28 +93,20 @@ TEST(MessageWrite, HelloRequestsAreTheTableFrames) {
     std::string locale = GetConvertedString("en_US", 256);
     withLocale.m_tlv.pushBackEntry(HELLORequest::LOCALIZATION_PARAMETER,
                                    static_cast<uint16_t>(locale.size()), locale.data());
-    EXPECT_EQ(handler.WriteSetupAPIMessage(dev, withLocale), 68);
-    ASSERT_EQ(dev.Sent().size(), 2u);
-    EXPECT_EQ(dev.Sent()[1], Cat({linkV5, Hex("00 05  00 01  00 22  01 01  8D D0 8D 81"),
-                                  Hex("00 0A 01 00 05 65 6E 5F 55 53"), Zeros(24)}));
+    EXPECT_EQ(OneFrame(withLocale), Cat({linkV5, Hex("00 05  00 01  00 22  01 01  8D D0 8D 81"),
+                                         Hex("00 0A 01 00 05 65 6E 5F 55 53"), Zeros(24)}));
 
     HELLORequest v4(MESSAGE_VERSION_4);
     v4.msghdr.Reset(0, nullptr, kAdapterMac);
-    EXPECT_EQ(handler.WriteSetupAPIMessage(dev, v4), 1492);
-    ASSERT_EQ(dev.Sent().size(), 3u);
-    EXPECT_EQ(dev.Sent()[2],
+    EXPECT_EQ(OneFrame(v4),
               Cat({Hex("01 09 8A 00 00 01  AA BB CC DD EE FF  05 C6  AA AA 03 00 09 8A 00 01"),
                    Hex("00 04  00 01  05 B2  01 01  FC F0 A6 C7  00 02"), Zeros(1456)}));
 }
 
 TEST(MessageWrite, PrejoinAndSetupResponseGoToTheController) {
-    MEMORYDevice dev(kAdapterMac);
-    Handler handler;
     PREJOINRequest prejoin(MESSAGE_VERSION_5);
     prejoin.msghdr.Reset(0, kCtrlMac, kAdapterMac);
-    EXPECT_EQ(handler.WriteSetupAPIMessage(dev, prejoin), 68);
-    ASSERT_EQ(dev.Sent().size(), 1u);
-    EXPECT_EQ(dev.Sent()[0],
+    EXPECT_EQ(OneFrame(prejoin),
               Cat({Hex("C0 11 22 33 44 55  AA BB CC DD EE FF  00 36  AA AA 03 00 09 8A 00 01"),
                    Hex("00 05  00 0D  00 22  01 01  FC F0 A6 C7  00 02"), Zeros(32)}));
 
@@ -116,9 +114,10 @@ TEST(MessageWrite, PrejoinAndSetupResponseGoToTheController) {
     SETUPResponse rsp(MESSAGE_VERSION_5);
     rsp.msghdr.Reset(0, kAdapterMac, kCtrlMac);
     rsp.m_status = 0x07;
-    EXPECT_EQ(handler.WriteSetupResponseMessage(dev, rsp), 68);
-    ASSERT_EQ(dev.Sent().size(), 2u);
-    EXPECT_EQ(dev.Sent()[1],
+    MEMORYDevice dev(kAdapterMac);
+    EXPECT_EQ(Handler().WriteSetupResponseMessage(dev, rsp), 68);
+    ASSERT_EQ(dev.Sent().size(), 1u);
+    EXPECT_EQ(dev.Sent()[0],
               Cat({Hex("AA BB CC DD EE FF  C0 11 22 33 44 55  00 36  AA AA 03 00 09 8A 00 01"),
                    Hex("00 05  00 06  00 22  01 01"), Sha4({0x07}), Hex("07"), Zeros(33)}));
 }
@@ -176,15 +175,11 @@ TEST(MessageWrite, LongMessagesAreCutAsTheFrameRulesSay) {
 }
 
 TEST(MessageWrite, TaggedFramesCarryTheTagAsHeld) {
-    MEMORYDevice dev(kAdapterMac);
-    Handler handler;
     CONFIGURATIONStatusRequest req(MESSAGE_VERSION_5);
     req.msghdr.Reset(0, kCtrlMac, kAdapterMac);
     const u_char tci[2] = {0x20, 0x0A};  // priority 1, VLAN 10, as it came off the wire
     memcpy(&req.m_vlanid, tci, 2);
-    EXPECT_EQ(handler.WriteSetupAPIMessage(dev, req), 72);
-    ASSERT_EQ(dev.Sent().size(), 1u);
-    EXPECT_EQ(dev.Sent()[0],
+    EXPECT_EQ(OneFrame(req),
               Cat({Hex("C0 11 22 33 44 55  AA BB CC DD EE FF  81 00  20 0A  00 36"
                        "  AA AA 03 00 09 8A 00 01"),
                    Hex("00 05  00 09  00 22  01 01  FC F0 A6 C7  00 02"), Zeros(32)}));
@@ -260,11 +255,9 @@ TEST_F(MessageRead, SingleFramesAndTheirChecksum) {
     dev.QueueFrame(hello[0]);
     ASSERT_EQ(Read(), Handler::READ_SUCCESS);
     ASSERT_TRUE(msg);
-    EXPECT_EQ(msg->m_opcode, PAYLOADHeader::HELLO_RSP);
-    EXPECT_EQ(msg->m_version, MESSAGE_VERSION_5);
-    EXPECT_EQ(msg->m_vlanid, 0);
+    EXPECT_EQ(Fields(msg->m_opcode, msg->m_version, msg->m_vlanid, msg->m_tlv.getTlvBytesUsed()),
+              Fields(PAYLOADHeader::HELLO_RSP, MESSAGE_VERSION_5, 0, 300));
     EXPECT_EQ(memcmp(msg->msghdr.shost, kCtrlMac, 6), 0);
-    EXPECT_EQ(msg->m_tlv.getTlvBytesUsed(), 300);
     EXPECT_EQ(TlvBytes(*msg, 300), ExpectedBody(300));
 
     // A wrong checksum on a version 5 frame fails the read; skipped on request.
@@ -536,9 +529,8 @@ TEST_F(MessageRead, SetupResponseSkipsTheChecksumAndOtherMessages) {
     std::shared_ptr<SETUPResponse> got;
     ASSERT_EQ(handler.ReadSetupResponseMessage(dev, got, 5), Handler::READ_SUCCESS);
     ASSERT_TRUE(got);
-    EXPECT_EQ(got->m_status, 0x03);
-    EXPECT_EQ(got->m_opcode, PAYLOADHeader::SETUP_RSP);
-    EXPECT_EQ(got->m_version, MESSAGE_VERSION_5);
+    EXPECT_EQ(Fields(got->m_status, got->m_opcode, got->m_version),
+              Fields(0x03, PAYLOADHeader::SETUP_RSP, MESSAGE_VERSION_5));
     EXPECT_EQ(memcmp(got->msghdr.shost, kCtrlMac, 6), 0);
 
     // Each pass waits anew; a failure is handed on and leaves no response.
