@@ -84,29 +84,14 @@ std::unique_ptr<SCPortConfigDataWriter> MakeTree() {
     return tree;
 }
 
-const Bytes kTreeValue = {
-    0x01,                                            // controllers
-    0x01,                                            // fault domains
-    0x02,                                            // fault domain id
-    0xC0, 0xA8, 0x0A, 0x01,                          // 192.168.10.1
-    0xFF, 0xFF, 0xFF, 0x00,                          // 255.255.255.0
-    0xC0, 0xA8, 0x0A, 0xFE,                          // 192.168.10.254
-    0x02, 0x03, 0x01,                                // ports, transport, embedded
-    0x04,                                            // port 1: slot
-    0xC0, 0xA8, 0x0A, 0x0B,                          // 192.168.10.11
-    0xFF, 0xFF, 0xFF, 0x00,                          //
-    0xC0, 0xA8, 0x0A, 0xFE,                          //
-    0x03, 0x05, 0x06, 0x01, 0x00, 0x07, 0x08,        // transport .. status
-    0x08, 0x07, 0x06, 0x05, 0x04, 0x03, 0x02, 0x01,  // controller index, little-endian
-    0x09,                                            // card model
-    0x0A,                                            // port 2: slot
-    0xC0, 0xA8, 0x0A, 0x0C,                          // 192.168.10.12
-    0xFF, 0xFF, 0xFF, 0x00,                          //
-    0x00, 0x00, 0x00, 0x00,                          // unparsable gateway
-    0x03, 0x0B, 0x0C, 0x00, 0x01, 0x0D, 0xFF,        // transport .. status -1
-    0xFE, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF,  // controller index -2
-    0x0E,                                            // card model
-    0x00, 0x00, 0x00, 0x00, 0x00, 0x00};             // 3 bytes of slack a port
+const Bytes kTreeValue = xchg::Hex(
+    "01 01"                                             // controllers, fault domains
+    " 02 C0 A8 0A 01 FF FF FF 00 C0 A8 0A FE 02 03 01"  // domain: id .. ports, transport, embedded
+    " 04 C0 A8 0A 0B FF FF FF 00 C0 A8 0A FE 03 05 06 01 00 07 08"  // port 1: slot .. status
+    " 08 07 06 05 04 03 02 01 09"  // controller index, little-endian; card model
+    " 0A C0 A8 0A 0C FF FF FF 00 00 00 00 00 03 0B 0C 00 01 0D FF"  // port 2: no gateway, status -1
+    " FE FF FF FF FF FF FF FF 0E"                                   // controller index -2
+    " 00 00 00 00 00 00");                                          // 3 bytes of slack a port
 
 TEST(PortConfigRecord, OneControllerOneDomainTwoPortsIsTheTableLayout) {
     ASSERT_EQ(kTreeValue.size(), 82u);
@@ -205,9 +190,8 @@ TEST(PortConfigRecord, ShortEntriesReadNothingPastTheEntry) {
     value[1] = 0x03;  // three fault domains, one present
     SCPortConfigDataReader reader;
     EXPECT_FALSE(UnpackExact(reader, value, 76));
-    CONTROLLERPortDataReader* controller = reader.GetController(0);
     EXPECT_EQ(reader.GetNumberOfControllers(), 0);
-    EXPECT_EQ(controller, nullptr);
+    EXPECT_EQ(reader.GetController(0), nullptr);
     CONTROLLERPortDataReader direct;
     EXPECT_FALSE(UnpackExact(direct, Bytes(value.begin() + 1, value.end()), 75));
     EXPECT_EQ(direct.GetNumberOfFaultDomains(), 1);
@@ -227,9 +211,8 @@ TEST(PortConfigRecord, ShortEntriesReadNothingPastTheEntry) {
     PORTDataReader port;
     Bytes portBytes(kTreeValue.begin() + 18, kTreeValue.begin() + 47);
     EXPECT_FALSE(UnpackExact(port, portBytes, 20));
-    EXPECT_EQ(port.GetIpV4(), "192.168.10.11");
-    EXPECT_EQ(port.GetControllerIndex(), 0);
-    EXPECT_EQ(port.GetCardModel(), 0);
+    EXPECT_EQ(Fields(port.GetIpV4(), port.GetControllerIndex(), port.GetCardModel()),
+              "192.168.10.11|0|0");
 }
 
 TEST(ConfigurationStepRecord, StepsAreByteExactAndCountsCannotOverreach) {
@@ -247,12 +230,12 @@ TEST(ConfigurationStepRecord, StepsAreByteExactAndCountsCannotOverreach) {
     CONFIGURATIONStepReader reader;
     SETUPTlvIterator it(tlv);
     EXPECT_TRUE(reader.UnpackData(it.getValue(), it.getLen()));
-    ASSERT_EQ(reader.GetNumberOfSteps(), 3u);
-    EXPECT_EQ(reader.GetStep(1).configurationStepId, 3);
-    EXPECT_EQ(reader.GetStep(1).configurationStepStatus, 1);
-    EXPECT_EQ(reader.GetStep(2).configurationStepId, 7);
-    EXPECT_EQ(reader.GetStep(3).configurationStepId, 0);  // blank past the end
-    EXPECT_EQ(reader.GetStep(-1).configurationStepId, 0);
+    // Blank past the end, either way.
+    EXPECT_EQ(
+        Fields(reader.GetNumberOfSteps(), reader.GetStep(1).configurationStepId,
+               reader.GetStep(1).configurationStepStatus, reader.GetStep(2).configurationStepId,
+               reader.GetStep(3).configurationStepId, reader.GetStep(-1).configurationStepId),
+        "3|3|1|7|0|0");
 
     // The reader appends; the count is that of the last value.
     const Bytes one = {0x01, 0x00, 0x00, 0x00, 0x0B, 0x03};
@@ -267,9 +250,9 @@ TEST(ConfigurationStepRecord, StepsAreByteExactAndCountsCannotOverreach) {
                          0x00, 0x03, 0x00, 0x04, 0x00, 0x05, 0x00};
     CONFIGURATIONStepReader shortReader;
     EXPECT_FALSE(UnpackExact(shortReader, lying, 8));
-    EXPECT_EQ(shortReader.GetNumberOfSteps(), 2u);
-    EXPECT_EQ(shortReader.GetStep(1).configurationStepId, 2);
-    EXPECT_EQ(shortReader.GetStep(2).configurationStepId, 0);
+    EXPECT_EQ(Fields(shortReader.GetNumberOfSteps(), shortReader.GetStep(1).configurationStepId,
+                     shortReader.GetStep(2).configurationStepId),
+              "2|2|0");
     // A count of 2^32 - 1 and an odd byte: one step, then the end.
     const Bytes huge = {0xFF, 0xFF, 0xFF, 0xFF, 0x09, 0x00, 0x0A};
     CONFIGURATIONStepReader hugeReader;
@@ -297,19 +280,18 @@ TEST(DiskRecord, DiskListIsByteExactAndBounded) {
 
     DISKConfigDataReader reader;
     EXPECT_TRUE(UnpackExact(reader, expected, expected.size()));
-    ASSERT_EQ(reader.GetNumberOfDisks(), 2u);
-    EXPECT_EQ(reader.GetDisk(1).enclosurePosition, 300);
-    EXPECT_EQ(reader.GetDisk(1).diskStatus, -1);
-    EXPECT_EQ(reader.GetDisk(2).enclosureIndex, 0);
+    EXPECT_EQ(Fields(reader.GetNumberOfDisks(), reader.GetDisk(1).enclosurePosition,
+                     reader.GetDisk(1).diskStatus, reader.GetDisk(2).enclosureIndex),
+              "2|300|-1|0");
 
     // A count of 2^63 over one and a half disks keeps one.
     Bytes lying = expected;
     lying[7] = 0x80;
     DISKConfigDataReader shortReader;
     EXPECT_FALSE(UnpackExact(shortReader, lying, 8 + 24 + 12));
-    EXPECT_EQ(shortReader.GetNumberOfDisks(), 1u);
-    EXPECT_EQ(shortReader.GetDisk(0).enclosurePosition, 5);
-    EXPECT_EQ(shortReader.GetDisk(1).enclosurePosition, 0);
+    EXPECT_EQ(Fields(shortReader.GetNumberOfDisks(), shortReader.GetDisk(0).enclosurePosition,
+                     shortReader.GetDisk(1).enclosurePosition),
+              "1|5|0");
 }
 
 TEST(DiskRecord, ExtendedDiskListIsByteExactAndBounded) {
@@ -340,14 +322,10 @@ TEST(DiskRecord, ExtendedDiskListIsByteExactAndBounded) {
 
     DISKConfigExtra1DataReader reader;
     EXPECT_TRUE(UnpackExact(reader, expected, expected.size()));
-    ASSERT_EQ(reader.GetNumberOfDisks(), 2u);
-    EXPECT_EQ(reader.GetDisk(0).diskclass, "SSD");
-    EXPECT_EQ(reader.GetDisk(0).product, "X1");
-    EXPECT_EQ(reader.GetDisk(0).revision, "");
-    EXPECT_EQ(reader.GetDisk(0).disksize, 0x1000000000LL);
-    EXPECT_EQ(reader.GetDisk(0).healthy, 1);
-    EXPECT_EQ(reader.GetDisk(1).product, "");
-    EXPECT_EQ(reader.GetDisk(5).diskclass, "");
+    const RAWDiskDataExtra1 d = reader.GetDisk(0);
+    EXPECT_EQ(Fields(reader.GetNumberOfDisks(), d.diskclass, d.product, d.revision, d.disksize,
+                     d.healthy, reader.GetDisk(1).product, reader.GetDisk(5).diskclass),
+              "2|SSD|X1||68719476736|1||");
 
     // A string that claims more than the entry holds ends the list before that disk.
     for (size_t length = 8; length < expected.size(); ++length) {
