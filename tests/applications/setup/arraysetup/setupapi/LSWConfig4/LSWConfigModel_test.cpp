@@ -86,70 +86,60 @@ Bytes PortBytes(unsigned char slot, unsigned char lastOctet) {
 
 TEST(VesperController, StartValuesAndOperatorSetters) {
     CLSWVesperController c;
-    EXPECT_EQ(c.getBlinkValue(), -1);
-    EXPECT_EQ(c.getControllerModelNum(), 999u);
-    EXPECT_EQ(c.GetIdType(), CLSWVesperController::NONE);
-
+    EXPECT_EQ(Fields(c.getBlinkValue(), c.getControllerModelNum(), c.GetIdType()),
+              Fields(-1, 999, CLSWVesperController::NONE));
     c.setControllerIndex(2);  // refused: only 0 and 1
     EXPECT_EQ(c.getControllerIndex(), -1);
     c.setControllerIndex(1);
-    EXPECT_EQ(c.getControllerIndex(), 1);
-    EXPECT_EQ(c.GetIdType(), CLSWVesperController::INDEX);
+    EXPECT_EQ(Fields(c.getControllerIndex(), c.GetIdType()),
+              Fields(1, CLSWVesperController::INDEX));
     c.setHWAddress("HWX");
     EXPECT_EQ(c.GetIdType(), CLSWVesperController::HW);
-
     c.setEth0Ip6AddrPrefix(64);
     c.setEth0Ip6AddrPrefix(256);
     EXPECT_EQ(c.GetEth0Ip6AddrPrefix(), 64);
 
-    // An empty gateway reads back as "0.0.0.0" and leaves the value as it was.
+    // An empty gateway reads back as "0.0.0.0" and leaves the value as it was; bad text stays
+    // in the twin while the value keeps its older content; the IPv6 setters parse as IPv4, so
+    // an IPv6 text never reaches the value and a dotted one does; the management processor's
+    // IPv6 gateway getter reads the address's text.
     c.setEth0Ip4Gateway("10.0.0.1");
     c.setEth0Ip4Gateway("");
-    EXPECT_EQ(c.getEth0Ip4Gateway(), "0.0.0.0");
-    EXPECT_EQ(Text(c.GetEth0Ip4GatewayValue()), "10.0.0.1");
-
-    // Bad text stays in the twin; the value keeps its older content.
     c.setEth0Ip4Address("10.0.0.10");
     c.setEth0Ip4Address("abc");
-    EXPECT_EQ(c.getEth0Ip4Address(), "abc");
-    EXPECT_EQ(Text(c.GetEth0Ip4AddressValue()), "10.0.0.10");
-
-    // The IPv6 setters parse as IPv4: an IPv6 text never reaches the value, a dotted one does.
     c.setEth0Ip6Address("fe80::1");
-    EXPECT_EQ(c.getEth0Ip6Address(), "fe80::1");
-    EXPECT_FALSE(c.GetEth0Ip6AddressValue().valid());
     c.setMgmtIp6Address("10.9.9.9");
-    EXPECT_EQ(Text(c.GetMgmtIp6AddressValue()), "10.9.9.9");
-
-    // The management processor's IPv6 gateway getter reads the address's text.
     c.setBmcIp6Address("2001:db8::5");
     c.setBmcIp6Gateway("2001:db8::1");
-    EXPECT_EQ(c.getBmcIp6Gateway(), "2001:db8::5");
+    EXPECT_EQ(Fields(c.getEth0Ip4Gateway(), Text(c.GetEth0Ip4GatewayValue()), c.getEth0Ip4Address(),
+                     Text(c.GetEth0Ip4AddressValue()), c.getEth0Ip6Address(),
+                     c.GetEth0Ip6AddressValue().valid(), Text(c.GetMgmtIp6AddressValue()),
+                     c.getBmcIp6Gateway()),
+              "0.0.0.0|10.0.0.1|abc|10.0.0.10|fe80::1|0|10.9.9.9|2001:db8::5");
 }
 
 TEST(VesperController, DiscoveredValues) {
     CLSWVesperController c;
     c.SetMgmtIp4AddressFromController(Ip("10.0.0.5"));
     c.SetMgmtIp4AddressFromController(Ip("0.0.0.0"));  // none reported: ignored
-    EXPECT_EQ(c.getMgmtIp4Address(), "10.0.0.5");
     c.SetEth0Ip4GatewayFromController(Ip("0.0.0.0"));
-    EXPECT_EQ(c.getEth0Ip4Gateway(), "");
     c.SetBMCIPv4DefaultRouteFromController(Ip("192.168.1.1"));
-    EXPECT_EQ(c.getBmcIp4Gateway(), "192.168.1.1");
+    c.SetDiskInfoFromController("12 disks");
+    c.SetDiskInfoFromController("RAID6");
+    EXPECT_EQ(Fields(c.getMgmtIp4Address(), c.getEth0Ip4Gateway(), c.getBmcIp4Gateway(),
+                     c.GetDiskInfoText()),
+              "10.0.0.5||192.168.1.1|12 disks, RAID6");
 
-    // IPv6 text carries the prefix behind a backslash, and none for prefix 0.
+    // IPv6 text carries the prefix behind a backslash, and none for prefix 0; no limit on
+    // the prefix on this path.
     c.SetEth0Ip6AddressFromController(Ip("fe80::1"));
     EXPECT_EQ(c.getEth0Ip6Address(), "fe80::1");
     c.SetEth0Ip6AddrPrefixFromController(64);
     EXPECT_EQ(c.getEth0Ip6Address(), "fe80::1\\64");
-    c.SetEth0Ip6AddrPrefixFromController(300);  // no limit on this path
+    c.SetEth0Ip6AddrPrefixFromController(300);
     EXPECT_EQ(c.getEth0Ip6Address(), "fe80::1\\300");
     c.SetEth0Ip6AddressFromController(CZelIpAddress());
     EXPECT_EQ(c.getEth0Ip6Address(), "");
-
-    c.SetDiskInfoFromController("12 disks");
-    c.SetDiskInfoFromController("RAID6");
-    EXPECT_EQ(c.GetDiskInfoText(), "12 disks, RAID6");
 }
 
 TEST(VesperController, TransportTypeIsTakenFromFirstNonEmbeddedDomainAndKept) {
@@ -537,7 +527,6 @@ TEST(VesperArray, CopyToBottomPrimarySwapsEthernetButNotManagementProcessor) {
     auto b = Good("HW2", "10.0.0.11");
     a->SetIsControllerPrimary(true);
     a->SetCanisterId(2);
-    a->setEth0Ip4Gateway("10.0.0.1");
     b->setEth0Ip4Gateway("10.0.0.3");
     b->setEth0Ip4Netmask("255.255.255.128");
     a->setBmcIp4Address("192.168.0.10");
@@ -619,8 +608,8 @@ TEST(Records, FaultDomainFromReaderAndItsTwoCopies) {
     ASSERT_TRUE(reader.UnpackData(reinterpret_cast<const char*>(domain.data()), domain.size()));
     auto source = std::make_shared<ClswFaultDomainConfigData>();
     *source = reader;
-    EXPECT_EQ(source->getFaultDomainID(), 0xFFFFFF85u);
-    EXPECT_EQ(Text(source->GetIpv4GatewayValue()), "10.1.0.254");
+    EXPECT_EQ(Fields(source->getFaultDomainID(), Text(source->GetIpv4GatewayValue())),
+              "4294967173|10.1.0.254");
     ASSERT_EQ(source->getNumberOfPorts(), 2u);
     // Assigned twice from one reader: every port twice.
     *source = reader;
@@ -641,11 +630,11 @@ TEST(Records, FaultDomainFromReaderAndItsTwoCopies) {
     assigned.addPortConfigurationData(Port(7, "10.7.0.1"));
     assigned.addPortConfigurationData(nullptr);
     assigned = *source;
-    EXPECT_EQ(assigned.getIpv4NetMask(), "255.255.255.0");
-    EXPECT_EQ(Text(assigned.GetIpv4NetMaskValue()), "255.255.255.0");
     ASSERT_EQ(assigned.getNumberOfPorts(), 5u);
-    EXPECT_EQ(assigned.getPortConfigurationData()[0]->getNetwork(), 7u);
-    EXPECT_EQ(assigned.getPortConfigurationData()[1]->getNetwork(), 42u);
+    EXPECT_EQ(Fields(assigned.getIpv4NetMask(), Text(assigned.GetIpv4NetMaskValue()),
+                     assigned.getPortConfigurationData()[0]->getNetwork(),
+                     assigned.getPortConfigurationData()[1]->getNetwork()),
+              "255.255.255.0|255.255.255.0|7|42");
     EXPECT_NE(assigned.getPortConfigurationData()[1], source->getPortConfigurationData()[0]);
     ClswFaultDomainConfigData& self = assigned;
     assigned = self;  // no-op on itself
@@ -667,9 +656,9 @@ TEST(Records, ControllerAppendsTheDomainsOfItsPortReader) {
     c.SetControllerPortConfigData(nullptr);
     auto domains = c.getFaultDomainConfigurationData();
     ASSERT_EQ(domains.size(), 3u);  // the one already there stays
-    EXPECT_EQ(domains[1]->getFaultDomainID(), 1u);
-    EXPECT_EQ(domains[1]->getNumberOfPorts(), 1u);
-    EXPECT_EQ(domains[2]->getFaultDomainID(), 2u);
+    EXPECT_EQ(Fields(domains[1]->getFaultDomainID(), domains[1]->getNumberOfPorts(),
+                     domains[2]->getFaultDomainID()),
+              "1|1|2");
 }
 
 TEST(ConfigManager, DiscoveryTimeoutTakesOnlyValuesInRange) {
