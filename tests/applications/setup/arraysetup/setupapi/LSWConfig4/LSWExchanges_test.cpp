@@ -14,6 +14,7 @@
 #include "LSWConfig4/LSWDiscovery4.h"
 #include "LSWConfig4/LSWExchange.h"
 #include "LSWConfig4/tlvUtils.h"
+#include "support/Fields.h"
 #include "support/ManualClock.h"
 #include "support/MemoryDevice.h"
 
@@ -53,27 +54,28 @@ TEST(PollReply, EveryCodeAndWhatIsNotTaken) {
                                                            {4, LE16(0x0107)},
                                                            {9, Str("later")}})),
               0);
-    EXPECT_EQ(poll.GetConfigurationStatusResponseCode(), 3);
-    EXPECT_EQ(poll.GetErrorMessageText(), "Configuring disks");
-    EXPECT_EQ(poll.GetOrchestratorState(), 0x0107u);
     const auto& steps = poll.GetConfigurationStepReader().GetSteps();
     ASSERT_EQ(steps.size(), 3u);
-    EXPECT_EQ(steps[2].configurationStepId, 13);
-    EXPECT_EQ(steps[2].configurationStepStatus, 4);
+    EXPECT_EQ(Fields(poll.GetConfigurationStatusResponseCode(), poll.GetErrorMessageText(),
+                     poll.GetOrchestratorState(), steps[2].configurationStepId,
+                     steps[2].configurationStepStatus),
+              "3|Configuring disks|263|13|4");
 
     // Short numbers leave the start values (a count that lies is the step reader's to bound).
     CPollMsg shortPoll(nullptr, nullptr, kCtrlMacA);
     EXPECT_EQ(shortPoll.packet_handler(
                   Reply(PAYLOADHeader::CONFIG_STATUS_RSP, {{1, Hex("05")}, {4, Bytes()}})),
               0);
-    EXPECT_EQ(shortPoll.GetConfigurationStatusResponseCode(), 0);
-    EXPECT_EQ(shortPoll.GetOrchestratorState(), 0u);
+    EXPECT_EQ(
+        Fields(shortPoll.GetConfigurationStatusResponseCode(), shortPoll.GetOrchestratorState()),
+        "0|0");
 
     // Any other opcode is handled too, as the end of the exchange, with nothing stored.
     CPollMsg other(nullptr, nullptr, kCtrlMacA);
     EXPECT_EQ(other.packet_handler(Reply(PAYLOADHeader::DISK_CONFIG_RSP, {{1, LE16(9)}})), 0);
-    EXPECT_EQ(other.GetConfigurationStatusResponseCode(), 0);
-    EXPECT_EQ(other.GetConfigurationStepReader().GetSteps().size(), 0u);
+    EXPECT_EQ(Fields(other.GetConfigurationStatusResponseCode(),
+                     other.GetConfigurationStepReader().GetSteps().size()),
+              "0|0");
 }
 
 TEST(DiskReply, BothListsAnyLengthAndTheErrorState) {
@@ -85,9 +87,9 @@ TEST(DiskReply, BothListsAnyLengthAndTheErrorState) {
     CDiskInfo state(nullptr, nullptr, kCtrlMacA);
     state.packet_handler(
         Reply(PAYLOADHeader::DISK_CONFIG_RSP, {{1, LE16(0xBEEF)}, {3, Extras(2)}}));
-    EXPECT_EQ(state.GetErrorState(), 0xBEEFu);
-    EXPECT_EQ(state.GetDiskConfigDataReader().GetNumberOfDisks(), 0u);
-    EXPECT_EQ(state.GetDiskConfigExtra1DataReader().GetNumberOfDisks(), 2u);
+    EXPECT_EQ(Fields(state.GetErrorState(), state.GetDiskConfigDataReader().GetNumberOfDisks(),
+                     state.GetDiskConfigExtra1DataReader().GetNumberOfDisks()),
+              "48879|0|2");
 
     // A short state is no state (a count that lies is the disk reader's to bound).
     CDiskInfo hostile(nullptr, nullptr, kCtrlMacA);
@@ -105,16 +107,14 @@ TEST(BlinkReply, StatusValueAndReadingOn) {
     EXPECT_EQ(blink.packet_handler(
                   Reply(PAYLOADHeader::BLINK_RSP, {{1, LE32(0x01020304)}, {2, LE16(2)}, {7, {}}})),
               0);
-    EXPECT_EQ(blink.getBlinkStatus(), 0x01020304);
-    EXPECT_EQ(blink.getBlinkValue(), 2);
+    EXPECT_EQ(Fields(blink.getBlinkStatus(), blink.getBlinkValue()), "16909060|2");
 
     // A version 4 answer passes; short entries change nothing.
     CBlink4 shortBlink(nullptr, nullptr, kCtrlMacA);
     EXPECT_EQ(shortBlink.packet_handler(
                   Reply(PAYLOADHeader::BLINK_RSP, {{1, Hex("01 02 03")}, {2, Hex("01")}}, 4)),
               0);
-    EXPECT_EQ(shortBlink.getBlinkStatus(), -1);
-    EXPECT_EQ(shortBlink.getBlinkValue(), 0);
+    EXPECT_EQ(Fields(shortBlink.getBlinkStatus(), shortBlink.getBlinkValue()), "-1|0");
 
     // Not a blink answer: back to reading.
     EXPECT_EQ(blink.packet_handler(Reply(PAYLOADHeader::DISK_CONFIG_RSP, {{1, LE32(7)}})), 1);
@@ -142,9 +142,9 @@ TEST_F(UnicastShape, PollReadsPastOthersAndAddressesTheController) {
     At(1, ReplyFrame(PAYLOADHeader::DISK_CONFIG_RSP, {{1, LE16(0)}}));
     At(2, StatusReply(4));
     EXPECT_EQ(poll.run(dev, 8), 0);
-    EXPECT_EQ(poll.GetConfigurationStatusResponseCode(), 4);
-    EXPECT_EQ(poll.GetConfigurationStepReader().GetSteps().size(), 1u);
-    EXPECT_EQ(poll.diag(), "");
+    EXPECT_EQ(Fields(poll.GetConfigurationStatusResponseCode(),
+                     poll.GetConfigurationStepReader().GetSteps().size(), poll.diag()),
+              "4|1|");
 
     ASSERT_EQ(dev.Sent().size(), 1u);
     const Bytes& frame = dev.Sent()[0];
@@ -155,34 +155,32 @@ TEST_F(UnicastShape, PollReadsPastOthersAndAddressesTheController) {
 }
 
 TEST_F(UnicastShape, SilenceLateRepliesAndTheLastSecond) {
-    {
-        // The device gives up after one wait: the empty text, not a timeout.
-        CONFIGURATIONStatusRequest request(5);
-        CPollMsg poll(nullptr, &request, kCtrlMacA);
-        EXPECT_EQ(poll.run(dev, 8), -1);
-        EXPECT_EQ(poll.diag(), "Unexpected Error: Poll response was empty.");
-        EXPECT_EQ(ManualClock::Now() - start, 8);
-    }
-    {
+    const struct {
+        time_t answerAt;  // 0: silence, and the device gives up after one wait
+        uint16_t answer;
+        int result;
+        const char* diag;
+    } rows[] = {
+        {0, 0, -1, "Unexpected Error: Poll response was empty."},
         // Another message read just in time, the answer after the time is over.
-        start = ManualClock::Now();
-        CONFIGURATIONStatusRequest request(5);
-        CPollMsg poll(nullptr, &request, kCtrlMacA);
-        At(7, ReplyFrame(PAYLOADHeader::BLINK_RSP, {}));
-        At(9, StatusReply(1));
-        EXPECT_EQ(poll.run(dev, 8), -1);
-        EXPECT_EQ(poll.diag(), "Poll request timed out.");
-        EXPECT_EQ(poll.GetConfigurationStatusResponseCode(), 0);
-    }
-    {
+        {9, 1, -1, "Poll request timed out."},
         // An answer in the last second is taken: the time must be exceeded.
+        {8, 2, 0, ""},
+    };
+    for (const auto& r : rows) {
         start = ManualClock::Now();
+        if (r.answerAt) {
+            At(7, ReplyFrame(PAYLOADHeader::BLINK_RSP, {}));
+            At(r.answerAt, StatusReply(r.answer));
+        }
         CONFIGURATIONStatusRequest request(5);
         CPollMsg poll(nullptr, &request, kCtrlMacA);
-        At(7, ReplyFrame(PAYLOADHeader::BLINK_RSP, {}));
-        At(8, StatusReply(2));
-        EXPECT_EQ(poll.run(dev, 8), 0);
-        EXPECT_EQ(poll.GetConfigurationStatusResponseCode(), 2);
+        const int result = poll.run(dev, 8);
+        EXPECT_EQ(Fields(result, poll.diag(), poll.GetConfigurationStatusResponseCode()),
+                  Fields(r.result, r.diag, r.result ? 0 : r.answer));
+        if (!r.answerAt) {
+            EXPECT_EQ(ManualClock::Now() - start, 8);
+        }
     }
 }
 
@@ -212,15 +210,14 @@ TEST_F(UnicastShape, FailuresBeforeAndAfterTheSend) {
     // No request: nothing goes out, and there is no text for the operator.
     CSetup noRequest(nullptr, nullptr, kCtrlMacA);
     EXPECT_EQ(noRequest.run(dev, 8), -1);
-    EXPECT_EQ(noRequest.diag(), "");
-    EXPECT_EQ(noRequest.GetStatus(), -1);
+    EXPECT_EQ(Fields(noRequest.diag(), noRequest.GetStatus()), "|-1");
     EXPECT_TRUE(dev.Sent().empty());
 
     SETUPRequest setupRequest(5);
     CSetup silent(nullptr, &setupRequest, kCtrlMacA);
     EXPECT_EQ(silent.run(dev, 8), -1);
-    EXPECT_EQ(silent.diag(), "Unexpected Error: setup response was empty.");
-    EXPECT_EQ(silent.GetStatus(), -1);
+    EXPECT_EQ(Fields(silent.diag(), silent.GetStatus()),
+              "Unexpected Error: setup response was empty.|-1");
 
     dev.FailWritesFrom(dev.WriteCalls());
     CSetup unsent(nullptr, &setupRequest, kCtrlMacA);
@@ -261,12 +258,11 @@ TEST_F(UnicastShape, SilentDiskInfoAndBlinkWithoutItsValue) {
     dev.QueueFrame(ReplyFrame(PAYLOADHeader::BLINK_RSP, {{1, LE32(0)}}, 4));
     CBlink4 blink(nullptr, &blinkRequest, kCtrlMacA);
     EXPECT_EQ(blink.run(dev, 8), 0);
-    EXPECT_EQ(blink.getBlinkStatus(), 0);
-    EXPECT_EQ(blink.getBlinkValue(), 0);
+    EXPECT_EQ(Fields(blink.getBlinkStatus(), blink.getBlinkValue()), "0|0");
     CBlink4 silentBlink(nullptr, &blinkRequest, kCtrlMacA);
     EXPECT_EQ(silentBlink.run(dev, 8), -1);
-    EXPECT_EQ(silentBlink.diag(), "Unexpected Error: blink response was empty.");
-    EXPECT_EQ(silentBlink.getBlinkStatus(), -1);
+    EXPECT_EQ(Fields(silentBlink.diag(), silentBlink.getBlinkStatus()),
+              "Unexpected Error: blink response was empty.|-1");
 }
 
 TEST_F(UnicastShape, PreJoinIsOneFrameAndNoRead) {
