@@ -230,16 +230,11 @@ TEST_F(SetupRequestTest, FullRequestInOrderWithBothControllersPorts) {
     // One controller record holding both lists: domain 1 once with the first list's
     // addresses and its ports ahead of the other's; the card model is not sent; three
     // bytes of slack a port at the end.
-    Bytes tree = {1, 2, 1, 10, 1, 0, 1, 255, 255, 255, 0, 10, 1, 0, 254, 2, 2, 0};
     Bytes p1Sent = p1, p2Sent = p2;
-    p1Sent[28] = 0;
-    p2Sent[28] = 0;
-    tree.insert(tree.end(), p1Sent.begin(), p1Sent.end());
-    tree.insert(tree.end(), p2Sent.begin(), p2Sent.end());
-    const Bytes fd2Sent = {2, 10, 2, 0, 1, 255, 255, 0, 0, 10, 2, 0, 254, 0, 3, 1};
-    tree.insert(tree.end(), fd2Sent.begin(), fd2Sent.end());
-    tree.insert(tree.end(), 6, 0);
-    EXPECT_EQ(*Find(entries, SETUPRequest::PORT_CONFIG_DATA), tree);
+    p1Sent[28] = p2Sent[28] = 0;
+    const Bytes head = {1, 2, 1, 10, 1, 0, 1, 255, 255, 255, 0, 10, 1, 0, 254, 2, 2, 0};
+    EXPECT_EQ(*Find(entries, SETUPRequest::PORT_CONFIG_DATA),
+              xchg::Cat({head, p1Sent, p2Sent, fd2, Bytes(6, 0)}));
 
     const Bytes* cipher = Find(entries, SETUPRequest::DEFAULT_USER_PASSWORD);
     ASSERT_NE(cipher, nullptr);
@@ -261,9 +256,9 @@ TEST_F(SetupRequestTest, LongTextsAreCut) {
     c->setScName(std::string(256, 'n'));
     c->setEmailAddress(std::string(255, 'e'));
     auto entries = Build(c);
-    EXPECT_EQ(Find(entries, SETUPRequest::DOMAIN_NAME)->size(), 255u);
-    EXPECT_EQ(Find(entries, SETUPRequest::STORAGECELL_NAME)->size(), 255u);
-    EXPECT_EQ(Find(entries, SETUPRequest::DEFAULT_USER_EMAIL)->size(), 255u);
+    for (int code : {SETUPRequest::DOMAIN_NAME, SETUPRequest::STORAGECELL_NAME,
+                     SETUPRequest::DEFAULT_USER_EMAIL})
+        EXPECT_EQ(Find(entries, code)->size(), 255u) << code;
 
     // 239 bytes of password fill the block to its end; the last byte stays zero.
     const Bytes plain = Decrypt(s_key.get(), *Find(entries, SETUPRequest::DEFAULT_USER_PASSWORD));
