@@ -1,26 +1,28 @@
 #include "zelutil/ZelTrace.h"
 
 #include <fcntl.h>
-#include <ftw.h>
 #include <grp.h>
 #include <gtest/gtest.h>
-#include <limits.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
+#include <optional>
 #include <regex>
 #include <sstream>
 #include <string>
 #include <vector>
 
+#include "support/Fields.h"
 #include "support/ManualClock.h"
 
 namespace {
 
+namespace fs = std::filesystem;
 const uid_t kNobody = 65534;
 
 // Opens the tracer's insides that the settings decide but no accessor shows.
@@ -33,10 +35,6 @@ public:
     using ZelTrace::m_rotateEnabled;
 };
 
-int RemoveEntry(const char* path, const struct stat*, int, struct FTW*) {
-    return remove(path);
-}
-
 size_t CountOf(const std::string& haystack, const std::string& needle) {
     size_t count = 0;
     for (size_t at = haystack.find(needle); at != std::string::npos;
@@ -45,45 +43,33 @@ size_t CountOf(const std::string& haystack, const std::string& needle) {
     return count;
 }
 
+// A home and a configuration of its own for each test; the working directory and HOME come
+// back afterwards.
 class ZelTraceTest : public ::testing::Test {
 protected:
     void SetUp() override {
         char tmpl[] = "/tmp/zeltrace_XXXXXX";
         ASSERT_NE(mkdtemp(tmpl), nullptr);
         m_dir = tmpl;
-        char cwd[PATH_MAX];
-        ASSERT_NE(getcwd(cwd, sizeof(cwd)), nullptr);
-        m_oldCwd = cwd;
-        if (const char* home = getenv("HOME")) {
-            m_hadHome = true;
-            m_oldHome = home;
-        }
         m_home = m_dir + "/home";
-        ASSERT_EQ(mkdir(m_home.c_str(), 0755), 0);
-        setenv("HOME", m_home.c_str(), 1);
         m_config = m_dir + "/zel.conf";
         m_logDir = m_home + "/.config/kelt/SkylarkClient";
         m_logFile = m_logDir + "/RSTraceLog.log";
+        fs::create_directory(m_home);
+        setenv("HOME", m_home.c_str(), 1);
     }
 
     void TearDown() override {
-        EXPECT_EQ(chdir(m_oldCwd.c_str()), 0);
-        if (m_hadHome) {
-            setenv("HOME", m_oldHome.c_str(), 1);
-        } else {
+        fs::current_path(m_oldCwd);
+        if (m_oldHome)
+            setenv("HOME", m_oldHome->c_str(), 1);
+        else
             unsetenv("HOME");
-        }
         chmod(m_logDir.c_str(), 0755);
-        nftw(m_dir.c_str(), RemoveEntry, 16, FTW_DEPTH | FTW_PHYS);
+        fs::remove_all(m_dir);
     }
 
-    void MakeLogDir() {
-        std::string path;
-        for (const char* part : {"/.config", "/kelt", "/SkylarkClient"}) {
-            path += part;
-            ASSERT_EQ(mkdir((m_home + path).c_str(), 0755), 0);
-        }
-    }
+    void MakeLogDir() { fs::create_directories(m_logDir); }
 
     void WriteConfig(const std::string& iBody) {
         std::ofstream(m_config, std::ios::trunc) << iBody;
@@ -97,11 +83,10 @@ protected:
         return ss.str();
     }
 
-    static bool Exists(const std::string& iPath) { return access(iPath.c_str(), F_OK) == 0; }
-
     static long long SizeOf(const std::string& iPath) {
-        struct stat st {};
-        return stat(iPath.c_str(), &st) == 0 ? static_cast<long long>(st.st_size) : -1;
+        std::error_code error;
+        const auto size = fs::file_size(iPath, error);
+        return error ? -1 : static_cast<long long>(size);
     }
 
     static std::vector<std::string> Lines(const std::string& iText) {
@@ -113,8 +98,10 @@ protected:
     }
 
     ManualClock m_clock;
-    std::string m_dir, m_home, m_config, m_logDir, m_logFile, m_oldCwd, m_oldHome;
-    bool m_hadHome = false;
+    const fs::path m_oldCwd = fs::current_path();
+    const std::optional<std::string> m_oldHome =
+        getenv("HOME") ? std::optional<std::string>(getenv("HOME")) : std::nullopt;
+    std::string m_dir, m_home, m_config, m_logDir, m_logFile;
 };
 
 // Each configuration: the settings it gives and the levels whose lines reach the file.
@@ -145,11 +132,9 @@ TEST_F(ZelTraceTest, SettingsAndTheLevelGate) {
             WriteConfig(r.config);
         {
             TestTrace t(m_config);
-            EXPECT_EQ(t.GetLevel(), r.level);
-            EXPECT_EQ(t.m_rotateEnabled, r.rotate);
-            EXPECT_EQ(t.m_maxLogSizeMB, r.maxMB);
-            EXPECT_EQ(t.GetFlags(), ZEL_DBG_FLAG_TRACE_DEFAULT);
-            EXPECT_EQ(std::string(t.LogFileName()), m_logFile);
+            EXPECT_EQ(Fields(t.GetLevel(), t.m_rotateEnabled, t.m_maxLogSizeMB, t.GetFlags(),
+                             t.LogFileName()),
+                      Fields(r.level, r.rotate, r.maxMB, ZEL_DBG_FLAG_TRACE_DEFAULT, m_logFile));
             for (unsigned level : {1u, 2u, 3u, 1000u})
                 t.OutputDebug(level, HERE, "line at %u", level);
         }
@@ -159,7 +144,7 @@ TEST_F(ZelTraceTest, SettingsAndTheLevelGate) {
                       level <= r.level)
                 << level;
     }
-    EXPECT_FALSE(Exists("/tmp/elsewhere-of-the-trace-test"));
+    EXPECT_FALSE(fs::exists("/tmp/elsewhere-of-the-trace-test"));
 
     // A disabled line does not even evaluate its arguments.
     WriteConfig("[HIT Params]\nDebugLevel = 2\n");
@@ -249,13 +234,11 @@ TEST_F(ZelTraceTest, OverlongLineIsCutAndNewlineTerminated) {
     std::vector<std::string> lines = Lines(ReadFile(m_logFile));
     ASSERT_EQ(lines.size(), 6u);
     const size_t full = ZEL_TRACE_LINE_SIZE - 2;  // without its newline
-    EXPECT_EQ(lines[1].size(), full);
-    EXPECT_EQ(lines[1].substr(prefix), fits);
-    EXPECT_EQ(lines[2].size(), full);
-    EXPECT_EQ(lines[2].substr(prefix), std::string(room, 'b'));
-    EXPECT_EQ(lines[3].size(), full);
-    EXPECT_EQ(lines[3].substr(prefix), std::string(room, 'c'));
-    EXPECT_EQ(lines[4].size(), full);
+    const std::string kept[] = {fits, std::string(room, 'b'), std::string(room, 'c')};
+    for (size_t i = 1; i <= 4; ++i)
+        EXPECT_EQ(lines[i].size(), full) << i;
+    for (size_t i = 1; i <= 3; ++i)
+        EXPECT_EQ(lines[i].substr(prefix), kept[i - 1]) << i;
     EXPECT_EQ(lines[4].find("lost text"), std::string::npos);
     EXPECT_EQ(lines[5].substr(prefix), "after");
 }
@@ -284,14 +267,9 @@ TEST_F(ZelTraceTest, UnprivilegedRunThatCannotOpenItsFileTracesErrorsToStandardE
         int failures = 0;
         {
             TestTrace t(m_config);
-            if (t.GetLevel() != ZEL_OUTPUT_DEBUG_ERROR)
-                failures |= 1;
-            if (t.TraceType() != ZelTrace::TraceDbgPrint)
-                failures |= 2;
-            if (t.SetupSucceeded())
-                failures |= 4;
-            if (t.m_LastError != EACCES)
-                failures |= 8;
+            failures = (t.GetLevel() != ZEL_OUTPUT_DEBUG_ERROR) |
+                       ((t.TraceType() != ZelTrace::TraceDbgPrint) << 1) |
+                       (t.SetupSucceeded() << 2) | ((t.m_LastError != EACCES) << 3);
             t.OutputDebug(ZEL_OUTPUT_DEBUG_ERROR, "f", 9, "Fn", "first error");
             t.OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, "f", 9, "Fn", "print line");
             t.OutputDebug(ZEL_OUTPUT_DEBUG_VERBOSE, "f", 9, "Fn", "verbose line");
@@ -299,8 +277,7 @@ TEST_F(ZelTraceTest, UnprivilegedRunThatCannotOpenItsFileTracesErrorsToStandardE
             ManualClock::Advance(31);
             t.OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, "f", 9, "Fn", "print after retry");
             t.OutputDebug(ZEL_OUTPUT_DEBUG_ERROR, "f", 9, "Fn", "second error");
-            if (t.GetLevel() != ZEL_OUTPUT_DEBUG_ERROR)
-                failures |= 16;
+            failures |= (t.GetLevel() != ZEL_OUTPUT_DEBUG_ERROR) << 4;
         }
         fflush(stderr);
         _exit(failures);
@@ -321,8 +298,8 @@ TEST_F(ZelTraceTest, UnprivilegedRunThatCannotOpenItsFileTracesErrorsToStandardE
     EXPECT_NE(err.find("||ERROR|Fn|9|first error\n"), std::string::npos) << err;
     EXPECT_NE(err.find("||ERROR|Fn|9|second error\n"), std::string::npos) << err;
     EXPECT_EQ(err.find("INFO|"), std::string::npos) << err;
-    EXPECT_FALSE(Exists(m_logFile));
-    EXPECT_FALSE(Exists(m_dir + "/RSTraceLog.log"));
+    EXPECT_FALSE(fs::exists(m_logFile));
+    EXPECT_FALSE(fs::exists(m_dir + "/RSTraceLog.log"));
 }
 
 // A file that cannot be opened (a directory in its place: root opens anything else) sends
@@ -395,8 +372,8 @@ TEST_F(ZelTraceTest, RollsOneByteAboveTheLimitOnlyWithRotationAndALimit) {
             EXPECT_LT(current.size(), 1024u);
             EXPECT_NE(current.find("|Log file reopened\n"), std::string::npos);
             EXPECT_NE(current.find("|after the check\n"), std::string::npos);
-            EXPECT_FALSE(Exists(m_logFile + ".2"));
-            EXPECT_FALSE(Exists(previous + ".1"));
+            EXPECT_FALSE(fs::exists(m_logFile + ".2"));
+            EXPECT_FALSE(fs::exists(previous + ".1"));
         } else {
             EXPECT_EQ(SizeOf(previous), before);
             EXPECT_GT(SizeOf(m_logFile), r.size);
@@ -406,11 +383,11 @@ TEST_F(ZelTraceTest, RollsOneByteAboveTheLimitOnlyWithRotationAndALimit) {
         ASSERT_EQ(unlink(m_logFile.c_str()), 0);
         ManualClock::Advance(30);
         t.OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, "f", 1, "Fn", "not yet");
-        EXPECT_FALSE(Exists(m_logFile));
+        EXPECT_FALSE(fs::exists(m_logFile));
         ManualClock::Advance(1);
         t.OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, "f", 1, "Fn", "recreated");
         const bool sized = std::string(r.config).find("true\nMaxLogSizeMB=1") != std::string::npos;
-        ASSERT_EQ(Exists(m_logFile), sized);
+        ASSERT_EQ(fs::exists(m_logFile), sized);
         EXPECT_EQ(ReadFile(m_logFile).find("not yet"), std::string::npos);
         unlink(m_logFile.c_str());
     }
