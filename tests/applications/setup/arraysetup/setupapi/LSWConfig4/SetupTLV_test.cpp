@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <string>
 #include <utility>
 #include <vector>
@@ -16,11 +17,19 @@ std::vector<unsigned char> Bytes(const SETUPTlv& tlv, size_t n) {
     return std::vector<unsigned char>(p, p + n);
 }
 
-std::vector<std::pair<int, std::string>> Walk(const SETUPTlv& tlv) {
-    std::vector<std::pair<int, std::string>> entries;
+using Entries = std::vector<std::pair<int, std::string>>;
+
+Entries Walk(const SETUPTlv& tlv) {
+    Entries entries;
     for (SETUPTlvIterator it(tlv); it.getType() != 0; it.next())
         entries.emplace_back(it.getType(), std::string(it.getValue(), it.getLen()));
     return entries;
+}
+
+std::vector<unsigned char> Sum(const SETUPTlv& tlv) {
+    unsigned char sum[4] = {};
+    tlv.calculateChecksum(sum);
+    return std::vector<unsigned char>(sum, sum + 4);
 }
 
 TEST(SetupTlv, NewBlockIsItsOwnLengthAndEmpty) {
@@ -31,14 +40,10 @@ TEST(SetupTlv, NewBlockIsItsOwnLengthAndEmpty) {
     EXPECT_EQ(Bytes(v4, 4), (std::vector<unsigned char>{0x00, 0x02, 0x00, 0x00}));
     EXPECT_EQ(v4.getTlvDataBuffer(), v4.getTlvBuffer() + 2);
     SETUPTlvIterator it(v4);
-    EXPECT_EQ(it.getType(), 0);
     EXPECT_EQ(it.getLen(), 0);
     EXPECT_FALSE(it.next());
-
-    unsigned char sum[4] = {};
-    v4.calculateChecksum(sum);
-    EXPECT_EQ(std::vector<unsigned char>(sum, sum + 4),
-              (std::vector<unsigned char>{0xFC, 0xF0, 0xA6, 0xC7}));
+    EXPECT_TRUE(Walk(v4).empty());
+    EXPECT_EQ(Sum(v4), (std::vector<unsigned char>{0xFC, 0xF0, 0xA6, 0xC7}));
 }
 
 TEST(SetupTlv, EntriesAreLaidOutBigEndianAndZeroLengthIsLegal) {
@@ -48,15 +53,11 @@ TEST(SetupTlv, EntriesAreLaidOutBigEndianAndZeroLengthIsLegal) {
     EXPECT_EQ(tlv.getTlvBytesUsed(), 2 + 3 + 8);
     EXPECT_EQ(Bytes(tlv, 14), (std::vector<unsigned char>{0x00, 0x0D, 0x07, 0x00, 0x00, 0x01, 0x00,
                                                           0x05, 'e', 'n', '_', 'U', 'S', 0x00}));
+    EXPECT_EQ(Walk(tlv), (Entries{{7, ""}, {1, "en_US"}}));
     SETUPTlvIterator it(tlv);
-    EXPECT_EQ(it.getType(), 7);
-    EXPECT_EQ(it.getLen(), 0);
     ASSERT_TRUE(it.next());
-    EXPECT_EQ(it.getType(), 1);
-    EXPECT_EQ(std::string(it.getValue(), it.getLen()), "en_US");
     EXPECT_FALSE(it.next());
-    EXPECT_EQ(it.getType(), 0);
-    EXPECT_EQ(it.getValue(), nullptr);
+    EXPECT_EQ(it.getValue(), nullptr);  // and the type 0 that ended the walk
 }
 
 TEST(SetupTlv, Version4CapacityIsExact) {
@@ -100,33 +101,22 @@ TEST(SetupTlv, UnknownTypesAreWalkedPastByTheirLength) {
     tlv.pushBackEntry(1, 2, "ab");
     tlv.pushBackEntry(200, 4, "\x00\x00\x00\x00");  // a value of zeros does not end the walk
     tlv.pushBackEntry(3, 1, "c");
-    EXPECT_EQ(Walk(tlv), (std::vector<std::pair<int, std::string>>{
-                             {1, "ab"}, {200, std::string(4, '\0')}, {3, "c"}}));
+    EXPECT_EQ(Walk(tlv), (Entries{{1, "ab"}, {200, std::string(4, '\0')}, {3, "c"}}));
 }
 
 TEST(SetupTlv, AppendingReceivedBodies) {
     // Two frames: the total length comes with the first, padding stays behind it.
     SETUPTlv tlv(MAX_TLV_DATA_SIZE);
+    // Total 0x05BA = 1466 (2 + 3 + 1461); entry type 4 of 0x05B5 = 1461, 1453 in this frame.
     std::vector<char> first(TARGET_PAYLOAD_SIZE, 'a');
-    first[0] = 0x05;  // total 0x05BA = 1466: 2 + 3 + 1461
-    first[1] = static_cast<char>(0xBA);
-    first[2] = 0x04;  // entry type 4, length 0x05B5 = 1461, of which 1453 in this frame
-    first[3] = 0x05;
-    first[4] = static_cast<char>(0xB5);
+    memcpy(first.data(), "\x05\xBA\x04\x05\xB5", 5);
     std::vector<char> second(34, 0);
-    second[0] = 'b';
-    second[1] = 'c';
-    second[2] = 'd';
-    second[3] = 'e';
-    second[4] = 'f';
+    memcpy(second.data(), "bcdef", 5);
     tlv.appendTlvDataFromMessage(first.data(), static_cast<uint16_t>(first.size()));
     EXPECT_EQ(tlv.getTlvBytesUsed(), 0x05BA);
     tlv.appendTlvDataFromMessage(second.data(), static_cast<uint16_t>(second.size()));
     EXPECT_EQ(tlv.getTlvBytesUsed(), 0x05BA);  // later frames never change it
-    auto entries = Walk(tlv);
-    ASSERT_EQ(entries.size(), 1u);
-    EXPECT_EQ(entries[0].first, 4);
-    EXPECT_EQ(entries[0].second, std::string(1453, 'a') + "bcdef" + std::string(3, '\0'));
+    EXPECT_EQ(Walk(tlv), (Entries{{4, std::string(1453, 'a') + "bcdef" + std::string(3, '\0')}}));
 
     // A first append of exactly two bytes leaves next at the data start: the next append
     // starts over at the block's start.
@@ -136,15 +126,14 @@ TEST(SetupTlv, AppendingReceivedBodies) {
     const char body[] = {0x00, 0x08, 0x01, 0x00, 0x03, 'x', 'y', 'z'};
     restart.appendTlvDataFromMessage(body, sizeof(body));
     EXPECT_EQ(restart.getTlvBytesUsed(), 8);
-    EXPECT_EQ(Walk(restart), (std::vector<std::pair<int, std::string>>{{1, "xyz"}}));
+    EXPECT_EQ(Walk(restart), (Entries{{1, "xyz"}}));
 
     // More than the allocation: the copy stops at its end.
     SETUPTlv small(16);
     std::vector<char> big(40, 0x11);
     EXPECT_FALSE(small.appendTlvDataFromMessage(big.data(), static_cast<uint16_t>(big.size())));
     EXPECT_EQ(small.getTlvBytesUsed(), 0x1111);
-    unsigned char sum[4] = {};
-    small.calculateChecksum(sum);  // a total beyond the allocation reads only what is there
+    Sum(small);  // a total beyond the allocation reads only what is there
 }
 
 TEST(SetupTlv, HostileLengthsEndTheWalkInsideTheBuffer) {
@@ -155,7 +144,7 @@ TEST(SetupTlv, HostileLengthsEndTheWalkInsideTheBuffer) {
     src.appendTlvDataFromMessage(body, sizeof(body));
     SETUPTlv tlv(src);
     ASSERT_EQ(tlv.getTlvAllocatedSize(), 24u);
-    EXPECT_EQ(Walk(tlv), (std::vector<std::pair<int, std::string>>{{1, "ok"}}));
+    EXPECT_EQ(Walk(tlv), (Entries{{1, "ok"}}));
 
     // The first entry itself claims more than the block holds.
     SETUPTlv first(8);
@@ -167,7 +156,7 @@ TEST(SetupTlv, HostileLengthsEndTheWalkInsideTheBuffer) {
     SETUPTlv exact(10);
     EXPECT_TRUE(exact.pushBackEntry(6, 5, "12345"));
     EXPECT_EQ(exact.getTlvBytesUsed(), 10);
-    EXPECT_EQ(Walk(exact), (std::vector<std::pair<int, std::string>>{{6, "12345"}}));
+    EXPECT_EQ(Walk(exact), (Entries{{6, "12345"}}));
 }
 
 TEST(SetupTlv, CopyOfAVersion5BlockKeepsOnlyTheEnforcedCapacity) {
@@ -179,20 +168,17 @@ TEST(SetupTlv, CopyOfAVersion5BlockKeepsOnlyTheEnforcedCapacity) {
     EXPECT_EQ(copy.getTlvAllocatedSize(), 45568u);
     EXPECT_EQ(copy.getTlvBytesUsed(), original.getTlvBytesUsed());
     EXPECT_EQ(Bytes(copy, 45568), Bytes(original, 45568));
-    unsigned char a[4], b[4];
-    original.calculateChecksum(a);
-    copy.calculateChecksum(b);
-    EXPECT_EQ(std::vector<unsigned char>(a, a + 4), std::vector<unsigned char>(b, b + 4));
+    EXPECT_EQ(Sum(copy), Sum(original));
 
     // Its next pointer stays at the start: a push overwrites the first entries.
     copy.pushBackEntry(3, 3, "new");
     EXPECT_EQ(copy.getTlvBytesUsed(), original.getTlvBytesUsed() + 6);
-    EXPECT_EQ(Walk(copy), (std::vector<std::pair<int, std::string>>{{3, "new"}, {2, "two"}}));
+    EXPECT_EQ(Walk(copy), (Entries{{3, "new"}, {2, "two"}}));
 
     SETUPTlv assigned(1470);
     assigned = original;
     EXPECT_EQ(assigned.getTlvBufferSize(), 45568);
-    EXPECT_EQ(Walk(assigned), (std::vector<std::pair<int, std::string>>{{1, "one"}, {2, "two"}}));
+    EXPECT_EQ(Walk(assigned), (Entries{{1, "one"}, {2, "two"}}));
 }
 
 }  // namespace
