@@ -25,6 +25,10 @@ std::string Reason(Check check) {
     return msg.substr(7);
 }
 
+std::string MemberReason(const CZelIpAddress& iAddress, bool iPing = false) {
+    return Reason([&](std::string& m) { return Utils::IsValidMemberIP(iAddress, m, iPing); });
+}
+
 TEST(LSWCommonUtils, MemberAddressRules) {
     const struct {
         const char* address;
@@ -44,13 +48,9 @@ TEST(LSWCommonUtils, MemberAddressRules) {
         {"0.0.0.255", "Invalid Address: 0.0.0.255"},
     };
     for (const auto& r : rows)
-        EXPECT_EQ(
-            Reason([&](std::string& m) { return Utils::IsValidMemberIP(Ip(r.address), m, false); }),
-            r.reason);
+        EXPECT_EQ(MemberReason(Ip(r.address)), r.reason);
     // A value with no family has no text of its own.
-    EXPECT_EQ(
-        Reason([](std::string& m) { return Utils::IsValidMemberIP(CZelIpAddress(), m, false); }),
-        "Invalid Address: Invalid");
+    EXPECT_EQ(MemberReason(CZelIpAddress()), "Invalid Address: Invalid");
 }
 
 TEST(LSWCommonUtils, SubnetMaskRules) {
@@ -142,17 +142,10 @@ TEST(LSWCommonUtils, InUseCheckPingsOnlyWhenAskedAndLast) {
 
     EXPECT_TRUE(Utils::IsHostPingable(Ip("10.0.0.1"), 7));
     EXPECT_FALSE(Utils::IsHostPingable(Ip("10.0.0.2"), 1));
-    EXPECT_EQ(
-        Reason([](std::string& m) { return Utils::IsValidMemberIP(Ip("10.0.0.1"), m, false); }),
-        "");
-    EXPECT_NE(
-        Reason([](std::string& m) { return Utils::IsValidMemberIP(Ip("10.0.0.255"), m, true); }),
-        "");
-    EXPECT_EQ(
-        Reason([](std::string& m) { return Utils::IsValidMemberIP(Ip("10.0.0.1"), m, true); }),
-        "Invalid, address already in use: 10.0.0.1");
-    EXPECT_EQ(
-        Reason([](std::string& m) { return Utils::IsValidMemberIP(Ip("10.0.0.2"), m, true); }), "");
+    EXPECT_EQ(MemberReason(Ip("10.0.0.1")), "");
+    EXPECT_NE(MemberReason(Ip("10.0.0.255"), true), "");
+    EXPECT_EQ(MemberReason(Ip("10.0.0.1"), true), "Invalid, address already in use: 10.0.0.1");
+    EXPECT_EQ(MemberReason(Ip("10.0.0.2"), true), "");
 
     setenv("PATH", oldPath.c_str(), 1);
     std::ifstream in(args);
