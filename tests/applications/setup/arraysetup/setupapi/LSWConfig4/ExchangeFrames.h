@@ -120,8 +120,7 @@ inline Bytes LE16(uint16_t v) {
 }
 
 inline Bytes LE32(uint32_t v) {
-    return Bytes{static_cast<unsigned char>(v), static_cast<unsigned char>(v >> 8),
-                 static_cast<unsigned char>(v >> 16), static_cast<unsigned char>(v >> 24)};
+    return Cat({LE16(static_cast<uint16_t>(v)), LE16(static_cast<uint16_t>(v >> 16))});
 }
 
 inline Bytes ToBytes(const std::vector<char>& v) {

@@ -206,8 +206,6 @@ TEST(HelloParse, HostileBlocksStayInBounds) {
     EXPECT_EQ(rec->HWSerialNumber, "HW01");
     EXPECT_EQ(rec->ProductFamily, 0);
 
-    // A port tree whose counts promise what is not there keeps nothing, and the controller
-    // gets no fault domain from it.
     // Five controllers announced, one present (the entry cut behind it): the reader holds
     // the one that is really there.
     Bytes tree = PortTree();
@@ -315,10 +313,9 @@ TEST(HelloExchange, RequestsAnswersAndTheEndOfTheTime) {
     // A twice, once per version, in order of arrival; nothing of B, of the request or of
     // the late answer.
     ASSERT_EQ(found.size(), 2u);
-    for (auto& c : found)
-        EXPECT_EQ(c->getSerialNumber(), "SN-A");
-    EXPECT_EQ(found.front()->getProtocolVersion(), 4);
-    EXPECT_EQ(found.back()->getProtocolVersion(), 5);
+    EXPECT_EQ(Fields(found.front()->getSerialNumber(), found.front()->getProtocolVersion(),
+                     found.back()->getSerialNumber(), found.back()->getProtocolVersion()),
+              "SN-A|4|SN-A|5");
     EXPECT_EQ(ManualClock::Now() - begin, timeout + 1);
 }
 
