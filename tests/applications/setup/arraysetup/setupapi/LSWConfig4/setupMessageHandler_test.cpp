@@ -11,6 +11,7 @@
 #include <random>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "ExchangeFrames.h"
@@ -228,6 +229,18 @@ std::vector<Bytes> FromController(u_short opcode, size_t total, const u_char* sh
     return Frames(*msg);
 }
 
+// A copy of a frame with some bytes set, or one byte flipped.
+Bytes Set(Bytes frame, std::initializer_list<std::pair<size_t, u_char>> bytes) {
+    for (const auto& b : bytes)
+        frame.at(b.first) = b.second;
+    return frame;
+}
+
+Bytes Flip(Bytes frame, size_t at, u_char mask) {
+    frame.at(at) ^= mask;
+    return frame;
+}
+
 Bytes ExpectedBody(size_t total, int seed = 0) {
     auto msg = MakeMessage(PAYLOADHeader::HELLO_RSP, MESSAGE_VERSION_5, total, kAdapterMac,
                            kCtrlMac, seed);
@@ -261,8 +274,7 @@ TEST_F(MessageRead, SingleFramesAndTheirChecksum) {
     EXPECT_EQ(TlvBytes(*msg, 300), ExpectedBody(300));
 
     // A wrong checksum on a version 5 frame fails the read; skipped on request.
-    Bytes bad = hello[0];
-    bad[40] ^= 0xFF;
+    const Bytes bad = Flip(hello[0], 40, 0xFF);
     dev.QueueFrame(bad);
     dev.QueueFrame(hello[0]);
     EXPECT_EQ(Read(), Handler::ERROR_CHECKSUM_FAILED);
@@ -275,38 +287,26 @@ TEST_F(MessageRead, SingleFramesAndTheirChecksum) {
 
     // Version 4 is always one whole frame: its count is ignored, its checksum not compared.
     auto v4 = MakeMessage(PAYLOADHeader::HELLO_RSP, MESSAGE_VERSION_4, 100, kAdapterMac, kCtrlMac);
-    Bytes frame = Frames(*v4)[0];
-    frame[28] = 2;  // numberOfPackets
-    frame[29] = 2;  // packetId
-    frame[30] ^= 0xFF;
-    dev.QueueFrame(frame);
+    dev.QueueFrame(Flip(Set(Frames(*v4)[0], {{28, 2}, {29, 2}}), 30, 0xFF));  // count, place
     ASSERT_EQ(Read(), Handler::READ_SUCCESS);
     EXPECT_EQ(msg->m_version, MESSAGE_VERSION_4);
     EXPECT_EQ(TlvBytes(*msg, 100), TlvBytes(*v4, 100));
     EXPECT_TRUE(handler.GetPartialMessages().empty());
 
     // Version 5 with a count of 0 is a whole message too.
-    frame = hello[0];
-    frame[28] = 0;
-    dev.QueueFrame(frame);
+    dev.QueueFrame(Set(hello[0], {{28, 0}}));
     EXPECT_EQ(Read(), Handler::READ_SUCCESS);
     EXPECT_TRUE(handler.GetPartialMessages().empty());
 }
 
 TEST_F(MessageRead, FramesNotOursAreDropped) {
     std::vector<Bytes> good = FromController(PAYLOADHeader::HELLO_RSP, 40);
-    Bytes foreignDest = good[0];
-    foreignDest[5] ^= 0x01;
-    Bytes foreignSap = good[0];
-    foreignSap[16] = 0x04;  // control byte of AA AA 03
-    Bytes version3 = good[0], version6 = good[0];
-    version3[23] = 3;
-    version6[23] = 6;
-    Bytes shortFrame(good[0].begin(), good[0].begin() + 30);
-    Bytes overlong = good[0];
-    overlong[26] = 0x00;
-    overlong[27] = 0x29;  // 41 bytes of body announced, 40 received
-    for (const Bytes& f : {foreignDest, foreignSap, version3, version6, shortFrame, overlong})
+    // Another destination, the control byte of AA AA 03, versions 3 and 6, a frame cut
+    // short, 41 bytes of body announced for 40 received.
+    for (const Bytes& f :
+         {Flip(good[0], 5, 0x01), Set(good[0], {{16, 0x04}}), Set(good[0], {{23, 3}}),
+          Set(good[0], {{23, 6}}), Bytes(good[0].begin(), good[0].begin() + 30),
+          Set(good[0], {{26, 0x00}, {27, 0x29}})})
         dev.QueueFrame(f);
     dev.QueueFrame(good[0]);
     ASSERT_EQ(Read(), Handler::READ_SUCCESS);
@@ -315,9 +315,8 @@ TEST_F(MessageRead, FramesNotOursAreDropped) {
 
     // Only the first three SNAP bytes are the message layer's to compare: another OUI passes,
     // and so does the multicast destination.
-    Bytes otherOui = FromController(PAYLOADHeader::HELLO_RSP, 40, kCtrlMac, 0, kMulticast)[0];
-    otherOui[19] = 0x42;
-    dev.QueueFrame(otherOui);
+    dev.QueueFrame(Set(FromController(PAYLOADHeader::HELLO_RSP, 40, kCtrlMac, 0, kMulticast)[0],
+                       {{19, 0x42}}));
     EXPECT_EQ(Read(), Handler::READ_SUCCESS);
 
     // Tagged: the tag is taken raw and the rest read behind it.
@@ -386,10 +385,8 @@ TEST_F(MessageRead, FragmentsInAnyOrderWithDuplicates) {
 TEST_F(MessageRead, TheFirstFrameFixesTheCount) {
     std::vector<Bytes> frames = FromController(PAYLOADHeader::DISK_CONFIG_RSP, 4000);
     // A second fragment announcing two frames does not shrink a part made for three.
-    Bytes two = frames[1];
-    two[28] = 2;
     dev.QueueFrame(frames[0]);
-    dev.QueueFrame(two);
+    dev.QueueFrame(Set(frames[1], {{28, 2}}));
     EXPECT_EQ(Read(), Handler::ERROR_IOHANDLER_READ_PACKET);
     ASSERT_EQ(handler.GetPartialMessages().size(), 1u);
     EXPECT_EQ(handler.GetPartialMessages().begin()->second->numBlobs, 3u);
@@ -399,23 +396,18 @@ TEST_F(MessageRead, TheFirstFrameFixesTheCount) {
 
     // A first fragment announcing two frames makes a part of two: the third is outside it,
     // and the message completes short, failing its checksum.
-    two = frames[0];
-    two[28] = 2;
-    Queue({two, frames[2], frames[1]}, {0, 1, 2});
+    Queue({Set(frames[0], {{28, 2}}), frames[2], frames[1]}, {0, 1, 2});
     EXPECT_EQ(Read(), Handler::ERROR_CHECKSUM_FAILED);
     EXPECT_TRUE(handler.GetPartialMessages().empty());
 }
 
 TEST_F(MessageRead, HostilePlacesAndLengthsAreDropped) {
     std::vector<Bytes> frames = FromController(PAYLOADHeader::DISK_CONFIG_RSP, 4000);
-    Bytes idZero = frames[0], idBeyond = frames[0], longer = frames[0], wider = frames[0];
-    idZero[29] = 0;
-    idBeyond[29] = 4;
-    longer[26] = 0x05;
-    longer[27] = 0xB3;  // 1459: more than the frame holds
-    wider[26] = 0xFF;
-    wider[27] = 0xFF;
-    for (const Bytes& f : {idZero, idBeyond, longer, wider})
+    // Places 0 and 4 of 3; a body of 1459 bytes, more than the frame holds; one of 65535.
+    const Bytes idBeyond = Set(frames[0], {{29, 4}});
+    for (const Bytes& f :
+         {Set(frames[0], {{29, 0}}), idBeyond, Set(frames[0], {{26, 0x05}, {27, 0xB3}}),
+          Set(frames[0], {{26, 0xFF}, {27, 0xFF}})})
         dev.QueueFrame(f);
     EXPECT_EQ(Read(), Handler::ERROR_IOHANDLER_READ_PACKET);
     EXPECT_TRUE(handler.GetPartialMessages().empty());  // none opened an entry
@@ -423,10 +415,7 @@ TEST_F(MessageRead, HostilePlacesAndLengthsAreDropped) {
     // Once a part exists, a place beyond its count is still refused.
     dev.QueueFrame(frames[0]);
     dev.QueueFrame(idBeyond);
-    Bytes far = frames[1];
-    far[28] = 200;
-    far[29] = 200;
-    dev.QueueFrame(far);
+    dev.QueueFrame(Set(frames[1], {{28, 200}, {29, 200}}));
     EXPECT_EQ(Read(), Handler::ERROR_IOHANDLER_READ_PACKET);
     Queue(frames, {1, 2});
     ASSERT_EQ(Read(), Handler::READ_SUCCESS);
@@ -464,8 +453,7 @@ TEST_F(MessageRead, AFloodOfPartialMessagesKeepsOnlyTheNewest) {
 
 TEST_F(MessageRead, ACorruptFragmentFailsAtCompletionAndARetransmissionStartsClean) {
     std::vector<Bytes> frames = FromController(PAYLOADHeader::DISK_CONFIG_RSP, 4000);
-    Bytes corrupt = frames[1];
-    corrupt[500] ^= 0x5A;
+    const Bytes corrupt = Flip(frames[1], 500, 0x5A);
     dev.QueueFrame(frames[0]);
     dev.QueueFrame(corrupt);
     EXPECT_EQ(Read(), Handler::ERROR_IOHANDLER_READ_PACKET);  // not yet complete
@@ -522,10 +510,9 @@ TEST_F(MessageRead, SetupResponseSkipsTheChecksumAndOtherMessages) {
     rsp.m_status = 0x03;
     MEMORYDevice out(kCtrlMac);
     handler.WriteSetupResponseMessage(out, rsp);
-    Bytes frame = out.Sent().at(0);
-    frame[30] ^= 0xFF;  // the checksum can't be recomputed from a status byte anyway
     dev.QueueFrame(FromController(PAYLOADHeader::HELLO_RSP, 40)[0]);
-    dev.QueueFrame(frame);
+    // The checksum can't be recomputed from a status byte anyway.
+    dev.QueueFrame(Flip(out.Sent().at(0), 30, 0xFF));
     std::shared_ptr<SETUPResponse> got;
     ASSERT_EQ(handler.ReadSetupResponseMessage(dev, got, 5), Handler::READ_SUCCESS);
     ASSERT_TRUE(got);
