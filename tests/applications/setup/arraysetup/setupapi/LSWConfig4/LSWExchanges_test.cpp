@@ -324,10 +324,14 @@ void Put(ControllersMap& ioMap, const std::shared_ptr<CLSWVesperController>& iCo
                          iController->getSerialNumber())] = iController;
 }
 
-std::vector<std::string> Serials(const std::shared_ptr<CLSWArray>& iArray) {
-    std::vector<std::string> out;
-    for (unsigned int i = 0; i < iArray->getControllerCount(); ++i)
-        out.push_back(iArray->getController(i)->getSerialNumber());
+// Each array as "id:serial,serial", in the list's order.
+std::string Arrays(const std::list<std::shared_ptr<CLSWArray>>& iArrays) {
+    std::string out;
+    for (const auto& a : iArrays) {
+        out += (out.empty() ? "" : "|") + a->getArrayId() + ":";
+        for (unsigned int i = 0; i < a->getControllerCount(); ++i)
+            out += (i ? "," : "") + a->getController(i)->getSerialNumber();
+    }
     return out;
 }
 
@@ -348,21 +352,13 @@ TEST(ManagerJoin, ArraysByModelThenTagAndControllersByHardwareSerial) {
     std::list<std::shared_ptr<CLSWArray>> arrays;
     arrays.push_back(std::make_shared<CLSWVesperArray>("EARLIER"));  // kept in front
     manager.JoinArrays(arrays, map);
+    EXPECT_EQ(Arrays(arrays), "EARLIER:|:SN-E,SN-F|TAG-0:SN-D|TAG-1:SN-A,SN-B|TAG-1:SN-C");
     ASSERT_EQ(arrays.size(), 5u);
-    auto it = arrays.begin();
-    EXPECT_EQ((*it++)->getArrayId(), "EARLIER");
-    auto emptyTag = *it++;
-    auto tag0 = *it++;
-    auto tag1 = *it++;
-    auto model13 = *it++;
-    EXPECT_EQ(emptyTag->getArrayId(), "");
-    EXPECT_EQ(Serials(emptyTag), (std::vector<std::string>{"SN-E", "SN-F"}));
-    EXPECT_EQ(Serials(tag0), (std::vector<std::string>{"SN-D"}));
-    EXPECT_EQ(Serials(tag1), (std::vector<std::string>{"SN-A", "SN-B"}));
-    EXPECT_EQ(tag1->getArrayState(), ClswDefs::PARTIAL_INIT);
-    EXPECT_EQ(tag0->getArrayState(), ClswDefs::READY);
-    EXPECT_EQ(model13->getProductVersion(), ClswDefs::SYS_TARGET_QUILLBROOK_MODEL_QB7000);
-    EXPECT_EQ(Serials(model13), (std::vector<std::string>{"SN-C"}));
+    const auto emptyTag = *std::next(arrays.begin()), tag0 = *std::next(arrays.begin(), 2),
+               tag1 = *std::next(arrays.begin(), 3), model13 = arrays.back();
+    EXPECT_EQ(Fields(tag1->getArrayState(), tag0->getArrayState(), model13->getProductVersion()),
+              Fields(ClswDefs::PARTIAL_INIT, ClswDefs::READY,
+                     ClswDefs::SYS_TARGET_QUILLBROOK_MODEL_QB7000));
 
     // Either controller finds its array, in any letter case.
     EXPECT_EQ(manager.FindArrayFromMacAddress(arrays, "00:c0:dd:01:02:0b"), tag1);
