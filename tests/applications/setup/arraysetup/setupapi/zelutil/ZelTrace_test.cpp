@@ -178,7 +178,6 @@ TEST_F(ZelTraceTest, LineFieldsAndWords) {
     WriteConfig("[HIT Params]\nDebugLevel=3\n");
     TestTrace t(m_config);
     EXPECT_EQ(t.SubSystem(), "LSWConfig4");
-    EXPECT_EQ(t.GetFlags(), ZEL_DBG_FLAG_TRACE_DEFAULT);
     t.OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, "dir/source_file.cpp", 77, "MyFunc", "value=%d %s", 42,
                   "ok");
     t.OutputDebug(ZEL_OUTPUT_DEBUG_ERROR, "dir/source_file.cpp", 78, "MyFunc", "boom");
