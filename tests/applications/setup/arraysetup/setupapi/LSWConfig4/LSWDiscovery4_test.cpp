@@ -7,7 +7,6 @@
 #include <cstring>
 #include <list>
 #include <memory>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -32,24 +31,21 @@ std::shared_ptr<CLSWControllerDiscovery4> Parse(const std::vector<Entry>& iEntri
 
 // Every field of a record, so that two records can be compared whole.
 std::string Fingerprint(const CLSWControllerDiscovery4& r) {
-    std::ostringstream o;
-    o << r.ProtocolVersion << '|' << r.IsInitialized << r.IsIPConfigured << '|' << r.SerialNumber
-      << '|' << r.RaidLevel << '|' << r.ProductFamily << '|' << int(r.MajorVersion) << '.'
-      << int(r.MinorVersion) << '.' << int(r.MaintenanceVersion) << '|' << r.Ethernet << '|'
-      << r.ServiceTag << '|' << r.DiskInfo << '|' << r.ProductVersion << '|' << r.VlanID
-      << r.HasVlanID << r.DCBOn << r.HasDCBOn << '|' << r.HWSerialNumber << '|' << r.SystemName
-      << '|' << r.DomainName << '|' << r.PublicKeyLength << '|' << r.PublicKey << '|'
-      << r.LicensedControllers << '|' << r.IscsiPorts << '|' << r.CanisterId << '|' << r.BlinkValue
-      << '|' << r.DiscoveryErrorStatus << '|' << r.ControllerModelNum << '|'
-      << r.IsControllerPrimary << r.IsUnifiedBlockFileEnabled << '|' << r.LocalizationParameter
-      << '|' << int(r.Eth0Ip6AddrPrefix) << '|' << int(r.mReader.GetNumberOfControllers());
+    std::string out = Fields(
+        r.ProtocolVersion, r.IsInitialized, r.IsIPConfigured, r.SerialNumber, r.RaidLevel,
+        r.ProductFamily, r.MajorVersion, r.MinorVersion, r.MaintenanceVersion, r.Ethernet,
+        r.ServiceTag, r.DiskInfo, r.ProductVersion, r.VlanID, r.HasVlanID, r.DCBOn, r.HasDCBOn,
+        r.HWSerialNumber, r.SystemName, r.DomainName, r.PublicKeyLength, r.PublicKey,
+        r.LicensedControllers, r.IscsiPorts, r.CanisterId, r.BlinkValue, r.DiscoveryErrorStatus,
+        r.ControllerModelNum, r.IsControllerPrimary, r.IsUnifiedBlockFileEnabled,
+        r.LocalizationParameter, r.Eth0Ip6AddrPrefix, r.mReader.GetNumberOfControllers());
     for (const CZelIpAddress* a :
          {&r.PrimaryDNS, &r.SecondaryDNS, &r.MgmtIp4Address, &r.Eth0Ip4Address, &r.Eth0Ip4Netmask,
           &r.Eth0Ip4Gateway, &r.Eth1Ip4Address, &r.Eth1Ip4PeerAddress, &r.MgmtIp6Address,
           &r.Eth0Ip6Address, &r.Eth1Ip6Address, &r.Eth1Ip6PeerAddress, &r.BMCIPv4Address,
           &r.BMCIPv4DefaultRoute, &r.BMCIPv4Netmask})
-        o << '|' << Text(*a);
-    return o.str();
+        out += "|" + Text(*a);
+    return out;
 }
 
 Bytes Ip6(const char* iText) {
@@ -101,9 +97,9 @@ TEST(HelloParse, EveryFieldOfAFullAnswer) {
     // field after the tag); the two product codes are crossed on the wire (11 and 2); IPv4
     // arrives last octet first; 01 40 big-endian is 320, and the one-byte prefix keeps 64.
     EXPECT_EQ(Fingerprint(*rec),
-              "5|01|HWSN-001|raid6|2|7.1.2|eth7|SVC-TAG-7||11|100111|HWSN-001|cell-one|"
+              "5|0|1|HWSN-001|raid6|2|7|1|2|eth7|SVC-TAG-7||11|100|1|1|1|HWSN-001|cell-one|"
               "example.test|451|-----BEGIN RSA PUBLIC KEY-----\nnot base64 at all\n|2|4|1|1|5|"
-              "4660|11|fr_FR|64|1|8.8.4.4|1.0.0.2|1.2.3.4|10.0.0.11|255.255.255.0|10.0.0.1|"
+              "4660|1|1|fr_FR|64|1|8.8.4.4|1.0.0.2|1.2.3.4|10.0.0.11|255.255.255.0|10.0.0.1|"
               "Invalid|Invalid|fd00::1|fd00::2|Invalid|Invalid|192.168.0.5|192.168.0.1|"
               "255.255.255.0");
     const unsigned char networkOrder[4] = {1, 2, 3, 4};  // held in network order
