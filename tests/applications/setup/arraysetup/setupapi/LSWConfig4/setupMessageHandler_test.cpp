@@ -261,6 +261,10 @@ protected:
         for (size_t i : order)
             dev.QueueFrame(frames[i]);
     }
+    void Queue(std::initializer_list<Bytes> frames) {
+        for (const Bytes& f : frames)
+            dev.QueueFrame(f);
+    }
 };
 
 TEST_F(MessageRead, SingleFramesAndTheirChecksum) {
@@ -275,8 +279,7 @@ TEST_F(MessageRead, SingleFramesAndTheirChecksum) {
 
     // A wrong checksum on a version 5 frame fails the read; skipped on request.
     const Bytes bad = Flip(hello[0], 40, 0xFF);
-    dev.QueueFrame(bad);
-    dev.QueueFrame(hello[0]);
+    Queue({bad, hello[0]});
     EXPECT_EQ(Read(), Handler::ERROR_CHECKSUM_FAILED);
     EXPECT_FALSE(msg);
     EXPECT_EQ(dev.Pending(), 1u);  // the good frame waits; the caller decides
@@ -303,12 +306,9 @@ TEST_F(MessageRead, FramesNotOursAreDropped) {
     std::vector<Bytes> good = FromController(PAYLOADHeader::HELLO_RSP, 40);
     // Another destination, the control byte of AA AA 03, versions 3 and 6, a frame cut
     // short, 41 bytes of body announced for 40 received.
-    for (const Bytes& f :
-         {Flip(good[0], 5, 0x01), Set(good[0], {{16, 0x04}}), Set(good[0], {{23, 3}}),
-          Set(good[0], {{23, 6}}), Bytes(good[0].begin(), good[0].begin() + 30),
-          Set(good[0], {{26, 0x00}, {27, 0x29}})})
-        dev.QueueFrame(f);
-    dev.QueueFrame(good[0]);
+    Queue({Flip(good[0], 5, 0x01), Set(good[0], {{16, 0x04}}), Set(good[0], {{23, 3}}),
+           Set(good[0], {{23, 6}}), Bytes(good[0].begin(), good[0].begin() + 30),
+           Set(good[0], {{26, 0x00}, {27, 0x29}}), good[0]});
     ASSERT_EQ(Read(), Handler::READ_SUCCESS);
     EXPECT_EQ(dev.Pending(), 0u);
     EXPECT_EQ(TlvBytes(*msg, 40), ExpectedBody(40));
@@ -385,8 +385,7 @@ TEST_F(MessageRead, FragmentsInAnyOrderWithDuplicates) {
 TEST_F(MessageRead, TheFirstFrameFixesTheCount) {
     std::vector<Bytes> frames = FromController(PAYLOADHeader::DISK_CONFIG_RSP, 4000);
     // A second fragment announcing two frames does not shrink a part made for three.
-    dev.QueueFrame(frames[0]);
-    dev.QueueFrame(Set(frames[1], {{28, 2}}));
+    Queue({frames[0], Set(frames[1], {{28, 2}})});
     EXPECT_EQ(Read(), Handler::ERROR_IOHANDLER_READ_PACKET);
     ASSERT_EQ(handler.GetPartialMessages().size(), 1u);
     EXPECT_EQ(handler.GetPartialMessages().begin()->second->numBlobs, 3u);
@@ -396,7 +395,7 @@ TEST_F(MessageRead, TheFirstFrameFixesTheCount) {
 
     // A first fragment announcing two frames makes a part of two: the third is outside it,
     // and the message completes short, failing its checksum.
-    Queue({Set(frames[0], {{28, 2}}), frames[2], frames[1]}, {0, 1, 2});
+    Queue({Set(frames[0], {{28, 2}}), frames[2], frames[1]});
     EXPECT_EQ(Read(), Handler::ERROR_CHECKSUM_FAILED);
     EXPECT_TRUE(handler.GetPartialMessages().empty());
 }
@@ -405,26 +404,20 @@ TEST_F(MessageRead, HostilePlacesAndLengthsAreDropped) {
     std::vector<Bytes> frames = FromController(PAYLOADHeader::DISK_CONFIG_RSP, 4000);
     // Places 0 and 4 of 3; a body of 1459 bytes, more than the frame holds; one of 65535.
     const Bytes idBeyond = Set(frames[0], {{29, 4}});
-    for (const Bytes& f :
-         {Set(frames[0], {{29, 0}}), idBeyond, Set(frames[0], {{26, 0x05}, {27, 0xB3}}),
-          Set(frames[0], {{26, 0xFF}, {27, 0xFF}})})
-        dev.QueueFrame(f);
+    Queue({Set(frames[0], {{29, 0}}), idBeyond, Set(frames[0], {{26, 0x05}, {27, 0xB3}}),
+           Set(frames[0], {{26, 0xFF}, {27, 0xFF}})});
     EXPECT_EQ(Read(), Handler::ERROR_IOHANDLER_READ_PACKET);
     EXPECT_TRUE(handler.GetPartialMessages().empty());  // none opened an entry
 
     // Once a part exists, a place beyond its count is still refused.
-    dev.QueueFrame(frames[0]);
-    dev.QueueFrame(idBeyond);
-    dev.QueueFrame(Set(frames[1], {{28, 200}, {29, 200}}));
+    Queue({frames[0], idBeyond, Set(frames[1], {{28, 200}, {29, 200}})});
     EXPECT_EQ(Read(), Handler::ERROR_IOHANDLER_READ_PACKET);
     Queue(frames, {1, 2});
     ASSERT_EQ(Read(), Handler::READ_SUCCESS);
     EXPECT_EQ(TlvBytes(*msg, 4000), ExpectedBody(4000));
 
     // A frame cut short on the wire but announcing a full body is dropped, not padded.
-    Bytes truncated(frames[1].begin(), frames[1].begin() + 700);
-    Queue(frames, {0});
-    dev.QueueFrame(truncated);
+    Queue({frames[0], Bytes(frames[1].begin(), frames[1].begin() + 700)});
     EXPECT_EQ(Read(), Handler::ERROR_IOHANDLER_READ_PACKET);
     Queue(frames, {1, 2});
     EXPECT_EQ(Read(), Handler::READ_SUCCESS);
@@ -454,8 +447,7 @@ TEST_F(MessageRead, AFloodOfPartialMessagesKeepsOnlyTheNewest) {
 TEST_F(MessageRead, ACorruptFragmentFailsAtCompletionAndARetransmissionStartsClean) {
     std::vector<Bytes> frames = FromController(PAYLOADHeader::DISK_CONFIG_RSP, 4000);
     const Bytes corrupt = Flip(frames[1], 500, 0x5A);
-    dev.QueueFrame(frames[0]);
-    dev.QueueFrame(corrupt);
+    Queue({frames[0], corrupt});
     EXPECT_EQ(Read(), Handler::ERROR_IOHANDLER_READ_PACKET);  // not yet complete
     Queue(frames, {2, 0, 1, 2});
     EXPECT_EQ(Read(), Handler::ERROR_CHECKSUM_FAILED);
@@ -465,9 +457,7 @@ TEST_F(MessageRead, ACorruptFragmentFailsAtCompletionAndARetransmissionStartsCle
     EXPECT_EQ(TlvBytes(*msg, 4000), ExpectedBody(4000));
 
     // A message of several frames is checked whatever the caller asks.
-    dev.QueueFrame(frames[0]);
-    dev.QueueFrame(corrupt);
-    dev.QueueFrame(frames[2]);
+    Queue({frames[0], corrupt, frames[2]});
     EXPECT_EQ(Read(5, true), Handler::ERROR_CHECKSUM_FAILED);
 }
 
@@ -575,20 +565,14 @@ TEST_F(MessageRead, TwoMessagesFromASenderBelowTheDestinationShareOneEntry) {
     const u_char lowSender[6] = {0x00, 0x11, 0x22, 0x33, 0x44, 0x55};
     std::vector<Bytes> a = FromController(PAYLOADHeader::DISK_CONFIG_RSP, 4000, lowSender, 1);
     std::vector<Bytes> b = FromController(PAYLOADHeader::CONFIG_STATUS_RSP, 4000, lowSender, 2);
-    for (size_t i = 0; i < 3; ++i) {
-        dev.QueueFrame(a[i]);
-        dev.QueueFrame(b[i]);
-    }
+    Queue({a[0], b[0], a[1], b[1], a[2], b[2]});
     EXPECT_EQ(Read(), Handler::ERROR_CHECKSUM_FAILED);  // a1 b1 a2 b2 a3: a's sum over b1 b2 a3
     EXPECT_EQ(Read(), Handler::ERROR_IOHANDLER_READ_PACKET);  // b3 opens a new part
     EXPECT_EQ(handler.GetPartialMessages().size(), 1u);
 
     // One at a time they come through.
     Handler fresh;
-    for (const Bytes& f : a)
-        dev.QueueFrame(f);
-    for (const Bytes& f : b)
-        dev.QueueFrame(f);
+    Queue({a[0], a[1], a[2], b[0], b[1], b[2]});
     EXPECT_EQ(fresh.ReadSetupAPIMessage(dev, msg, 5, false), Handler::READ_SUCCESS);
     EXPECT_EQ(msg->m_opcode, PAYLOADHeader::DISK_CONFIG_RSP);
     EXPECT_EQ(fresh.ReadSetupAPIMessage(dev, msg, 5, false), Handler::READ_SUCCESS);
