@@ -90,18 +90,12 @@ inline std::shared_ptr<SetupAPIMessage> Reply(u_short iOpcode, const std::vector
     return msg;
 }
 
-// The frames of a reply from a controller to the wizard.
-inline std::vector<Bytes> ReplyFrames(const SetupAPIMessage& iMsg) {
-    MEMORYDevice out(iMsg.msghdr.shost);
-    SetupAPIMessageHandler handler;
-    handler.WriteSetupAPIMessage(out, iMsg);
-    return out.Sent();
-}
-
+// The first frame of a reply from a controller to the wizard.
 inline Bytes ReplyFrame(u_short iOpcode, const std::vector<Entry>& iEntries,
                         u_short iVersion = MESSAGE_VERSION_5, const u_char* iFrom = kCtrlMacA) {
-    std::vector<Bytes> frames = ReplyFrames(*Reply(iOpcode, iEntries, iVersion, iFrom));
-    return frames.empty() ? Bytes() : frames.front();
+    MEMORYDevice out(iFrom);
+    SetupAPIMessageHandler().WriteSetupAPIMessage(out, *Reply(iOpcode, iEntries, iVersion, iFrom));
+    return out.Sent().empty() ? Bytes() : out.Sent().front();
 }
 
 // A SETUP_RSP: its body is the one status byte.
@@ -110,8 +104,7 @@ inline Bytes SetupReplyFrame(u_char iStatus, u_short iVersion = MESSAGE_VERSION_
     resp.m_status = iStatus;
     resp.msghdr.Reset(0, kWizardMac, kCtrlMacA);
     MEMORYDevice out(kCtrlMacA);
-    SetupAPIMessageHandler handler;
-    handler.WriteSetupResponseMessage(out, resp);
+    SetupAPIMessageHandler().WriteSetupResponseMessage(out, resp);
     return out.Sent().empty() ? Bytes() : out.Sent().front();
 }
 
