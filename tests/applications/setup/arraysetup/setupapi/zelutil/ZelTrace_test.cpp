@@ -17,6 +17,7 @@
 #include <string>
 #include <vector>
 
+#include "support/CellsimProcess.h"
 #include "support/Fields.h"
 #include "support/ManualClock.h"
 
@@ -76,13 +77,6 @@ protected:
         chmod(m_config.c_str(), 0644);
     }
 
-    static std::string ReadFile(const std::string& iPath) {
-        std::ifstream in(iPath, std::ios::binary);
-        std::stringstream ss;
-        ss << in.rdbuf();
-        return ss.str();
-    }
-
     static long long SizeOf(const std::string& iPath) {
         std::error_code error;
         const auto size = fs::file_size(iPath, error);
@@ -138,7 +132,7 @@ TEST_F(ZelTraceTest, SettingsAndTheLevelGate) {
             for (unsigned level : {1u, 2u, 3u, 1000u})
                 t.OutputDebug(level, HERE, "line at %u", level);
         }
-        const std::string text = ReadFile(m_logFile);
+        const std::string text = FileText(m_logFile);
         for (unsigned level : {1u, 2u, 3u, 1000u})
             EXPECT_EQ(text.find("|line at " + std::to_string(level) + "\n") != std::string::npos,
                       level <= r.level)
@@ -168,7 +162,7 @@ TEST_F(ZelTraceTest, WithoutTheTraceDirectoryTheFileIsInTheWorkingDirectory) {
         EXPECT_STREQ(t.LogFileName(), ".//RSTraceLog.log");
         t.OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, "f", 1, "Fn", "home %d", home);
     }
-    std::string file = ReadFile(m_dir + "/RSTraceLog.log");
+    std::string file = FileText(m_dir + "/RSTraceLog.log");
     EXPECT_NE(file.find("|home 0\n"), std::string::npos);
     EXPECT_NE(file.find("|home 1\n"), std::string::npos);
 }
@@ -186,7 +180,7 @@ TEST_F(ZelTraceTest, LineFieldsAndWords) {
     t.OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, "f", 80, "Str", std::string("100% %s %n sure"));
     t.OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, "f", 81, "Wide", std::wstring(L"wide text"));
 
-    std::string text = ReadFile(m_logFile);
+    std::string text = FileText(m_logFile);
     ASSERT_FALSE(text.empty());
     EXPECT_EQ(text.back(), '\n');
     EXPECT_EQ(text.find("source_file"), std::string::npos);  // the file name is not written
@@ -214,7 +208,7 @@ TEST_F(ZelTraceTest, OverlongLineIsCutAndNewlineTerminated) {
     WriteConfig("[HIT Params]\nDebugLevel=2\n");
     TestTrace t(m_config);
     t.OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, "f", 5, "Fn", "x");
-    std::string first = ReadFile(m_logFile);
+    std::string first = FileText(m_logFile);
     const size_t prefix = first.size() - 2;  // everything before "x\n"
     ASSERT_LT(prefix, 200u);
 
@@ -230,7 +224,7 @@ TEST_F(ZelTraceTest, OverlongLineIsCutAndNewlineTerminated) {
     t.OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, "f", 5, longName.c_str(), "lost text");
     t.OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, "f", 5, "Fn", "after");
 
-    std::vector<std::string> lines = Lines(ReadFile(m_logFile));
+    std::vector<std::string> lines = Lines(FileText(m_logFile));
     ASSERT_EQ(lines.size(), 6u);
     const size_t full = ZEL_TRACE_LINE_SIZE - 2;  // without its newline
     const std::string kept[] = {fits, std::string(room, 'b'), std::string(room, 'c')};
@@ -314,7 +308,7 @@ TEST_F(ZelTraceTest, UnopenableFileFallsBackAndReturnsAtNextCheck) {
     ManualClock::Advance(31);
     t.OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, "f", 1, "Fn", "back in file");
     EXPECT_EQ(t.TraceType(), ZelTrace::TraceFile);
-    EXPECT_NE(ReadFile(m_logFile).find("|back in file\n"), std::string::npos);
+    EXPECT_NE(FileText(m_logFile).find("|back in file\n"), std::string::npos);
 }
 
 TEST_F(ZelTraceTest, ChangedConfigurationIsReadAtNextCheckBeforeTheLevelTest) {
@@ -329,7 +323,7 @@ TEST_F(ZelTraceTest, ChangedConfigurationIsReadAtNextCheckBeforeTheLevelTest) {
     ManualClock::Advance(31);
     t.OutputDebug(ZEL_OUTPUT_DEBUG_VERBOSE, "f", 1, "Fn", "verbose now");
     EXPECT_EQ(t.GetLevel(), 3u);
-    std::string file = ReadFile(m_logFile);
+    std::string file = FileText(m_logFile);
     EXPECT_EQ(file.find("too early"), std::string::npos);
     EXPECT_NE(file.find("|verbose now\n"), std::string::npos);
 }
@@ -364,10 +358,10 @@ TEST_F(ZelTraceTest, RollsOneByteAboveTheLimitOnlyWithRotationAndALimit) {
         t.OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, "f", 1, "Fn", "after the check");
         if (r.rolls) {
             // The old stream still takes the first notice before it is closed.
-            std::string old = ReadFile(previous);
+            std::string old = FileText(previous);
             ASSERT_GT(old.size(), static_cast<size_t>(r.size));
             EXPECT_NE(old.substr(r.size).find("|Reopening log file\n"), std::string::npos);
-            std::string current = ReadFile(m_logFile);
+            std::string current = FileText(m_logFile);
             EXPECT_LT(current.size(), 1024u);
             EXPECT_NE(current.find("|Log file reopened\n"), std::string::npos);
             EXPECT_NE(current.find("|after the check\n"), std::string::npos);
@@ -387,7 +381,7 @@ TEST_F(ZelTraceTest, RollsOneByteAboveTheLimitOnlyWithRotationAndALimit) {
         t.OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, "f", 1, "Fn", "recreated");
         const bool sized = std::string(r.config).find("true\nMaxLogSizeMB=1") != std::string::npos;
         ASSERT_EQ(fs::exists(m_logFile), sized);
-        EXPECT_EQ(ReadFile(m_logFile).find("not yet"), std::string::npos);
+        EXPECT_EQ(FileText(m_logFile).find("not yet"), std::string::npos);
         unlink(m_logFile.c_str());
     }
 }
