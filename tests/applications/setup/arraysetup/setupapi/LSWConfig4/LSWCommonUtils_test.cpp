@@ -4,12 +4,13 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
-#include <sstream>
 #include <string>
 
 #include "ExchangeFrames.h"
 #include "LSWConfig4/LSWConfigModel.h"
+#include "support/CellsimProcess.h"
 
 namespace {
 
@@ -148,13 +149,8 @@ TEST(LSWCommonUtils, InUseCheckPingsOnlyWhenAskedAndLast) {
     EXPECT_EQ(MemberReason(Ip("10.0.0.2"), true), "");
 
     setenv("PATH", oldPath.c_str(), 1);
-    std::ifstream in(args);
-    std::stringstream calls;
-    calls << in.rdbuf();
-    EXPECT_EQ(calls.str(), "-c 3 10.0.0.1\n-c 3 10.0.0.2\n-c 3 10.0.0.1\n-c 3 10.0.0.2\n");
-    unlink(args.c_str());
-    unlink(ping.c_str());
-    rmdir(dir);
+    EXPECT_EQ(FileText(args), "-c 3 10.0.0.1\n-c 3 10.0.0.2\n-c 3 10.0.0.1\n-c 3 10.0.0.2\n");
+    std::filesystem::remove_all(dir);
 }
 
 }  // namespace
