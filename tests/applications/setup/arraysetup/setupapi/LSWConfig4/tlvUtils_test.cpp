@@ -128,10 +128,9 @@ TEST(PortConfigRecord, OneControllerOneDomainTwoPortsIsTheTableLayout) {
               "10|192.168.10.12|255.255.255.0|0.0.0.0|3|11|12|0|1|13|-1|-2|14");
 
     // Indexes past the lists answer null.
-    EXPECT_EQ(domain->GetPort(2), nullptr);
-    EXPECT_EQ(domain->GetPort(255), nullptr);
-    EXPECT_EQ(controller->GetFaultDomain(1), nullptr);
-    EXPECT_EQ(reader.GetController(1), nullptr);
+    EXPECT_EQ(Fields(domain->GetPort(2) == nullptr, domain->GetPort(255) == nullptr,
+                     controller->GetFaultDomain(1) == nullptr, reader.GetController(1) == nullptr),
+              "1|1|1|1");
 
     // A repeated entry adds to the reader; the count is that of the last value.
     EXPECT_TRUE(reader.UnpackData(it.getValue(), it.getLen()));
