@@ -210,9 +210,9 @@ TEST(HelloParse, HostileBlocksStayInBounds) {
     tree.resize(used);
     tree[0] = 5;
     auto lying = Parse({{35, tree}, {7, Str("SN")}});
-    EXPECT_EQ(lying->mReader.GetNumberOfControllers(), 1);
-    EXPECT_EQ(lying->SerialNumber, "SN");
-    EXPECT_EQ(lying->GetVesperInfo(nullptr)->getFaultDomainConfigurationData().size(), 1u);
+    EXPECT_EQ(Fields(lying->mReader.GetNumberOfControllers(), lying->SerialNumber,
+                     lying->GetVesperInfo(nullptr)->getFaultDomainConfigurationData().size()),
+              "1|SN|1");
     Bytes domains = PortTree();
     domains[1] = 100;  // a hundred fault domains, one present
     EXPECT_EQ(Parse({{35, domains}})->mReader.GetNumberOfControllers(), 0);
