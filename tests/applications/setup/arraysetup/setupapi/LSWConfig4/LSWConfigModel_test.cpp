@@ -314,14 +314,13 @@ TEST(VesperArray, StateTable) {
     };
     for (size_t i = 0; i < rows.size(); ++i) {
         CLSWVesperArray a;
-        int n = 0;
-        for (const auto& c : rows[i].controllers) {
-            a.AddControllerInternal(
-                Seen("S" + std::to_string(n), "HW" + std::to_string(n), 1, c.first, c.second));
-            ++n;
-        }
-        EXPECT_EQ(a.getArrayState(), rows[i].status) << "row " << i;
-        EXPECT_EQ(a.getIpConfigured(), rows[i].ip) << "row " << i;
+        for (size_t n = 0; n < rows[i].controllers.size(); ++n)
+            a.AddControllerInternal(Seen("S" + std::to_string(n), "HW" + std::to_string(n), 1,
+                                         rows[i].controllers[n].first,
+                                         rows[i].controllers[n].second));
+        EXPECT_EQ(Fields(a.getArrayState(), a.getIpConfigured()),
+                  Fields(rows[i].status, rows[i].ip))
+            << "row " << i;
     }
 }
 
