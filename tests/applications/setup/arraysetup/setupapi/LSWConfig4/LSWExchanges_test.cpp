@@ -374,8 +374,7 @@ TEST(ManagerOperations, FailuresThatNeedNoWire) {
 
     std::shared_ptr<IlswBlinkResponse> blink;
     EXPECT_EQ(manager.BlinkVesperController(nullptr, 1, blink, message), 1010);
-    EXPECT_EQ(message, "Controller not found.");
-    EXPECT_EQ(blink, nullptr);
+    EXPECT_EQ(Fields(message, blink == nullptr), "Controller not found.|1");
     std::vector<std::shared_ptr<IlswDiskInfo>> disks;
     message.clear();
     EXPECT_EQ(manager.GetDiskInfo(nullptr, disks, message), 1010);
@@ -387,8 +386,7 @@ TEST(ManagerOperations, FailuresThatNeedNoWire) {
     auto last = std::make_shared<ClswConfigurationStatusResponse>();
     std::shared_ptr<IlswConfigurationStatusResponse> response = last;
     EXPECT_EQ(manager.GetVesperControllerInitializeStatus(noMac, response, message), -1);
-    EXPECT_EQ(message, "MAC Address not found for the controller.");
-    EXPECT_EQ(response, last);
+    EXPECT_EQ(Fields(message, response == last), "MAC Address not found for the controller.|1");
 
     // A controller that fails its own rules goes nowhere.
     EXPECT_EQ(
