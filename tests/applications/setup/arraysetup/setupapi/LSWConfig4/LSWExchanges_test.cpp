@@ -29,17 +29,11 @@ Bytes Steps(std::initializer_list<std::pair<int, int>> iSteps) {
     return ToBytes(writer.Pack());
 }
 
+// A list of empty extended disk records: only their count is read here.
 Bytes Extras(int iCount) {
     DISKConfigExtra1DataWriter writer;
-    for (int i = 0; i < iCount; ++i) {
-        RAWDiskDataExtra1 d;
-        d.diskclass = "SSD";
-        d.product = "P" + std::to_string(i);
-        d.revision = "R1";
-        d.disksize = 1000LL * i;
-        d.healthy = 1;
-        writer.AddDisk(d);
-    }
+    for (int i = 0; i < iCount; ++i)
+        writer.AddDisk(RAWDiskDataExtra1{});
     return ToBytes(writer.Pack());
 }
 
