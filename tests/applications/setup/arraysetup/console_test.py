@@ -1,0 +1,378 @@
+#!/usr/bin/env python3
+"""The wizard through its real binary in a real terminal: each scenario runs scripts/demo in
+a tmux pane of its own (test bed, cellsim, apimgrsim, the wizard's host name and files), types
+what an operator types, and holds the screens, the exit status and what cellsim received
+against the texts written out here. Scenarios run side by side; most of their time is
+discovery waiting out its timeout.
+usage: console_test.py BUILD_DIR SCENARIO...   (exit 77: skipped)"""
+import json, os, re, shutil, subprocess, sys, tempfile, threading, time
+
+OPEN = {}  # scenario name: its console
+ROOT = os.path.abspath(os.path.join(os.path.dirname(__file__), *[".."] * 4))
+WAIT = 240  # seconds: generous, discovery alone waits out about 15 s twice under the sanitizers
+
+
+class Failure(Exception):
+    pass
+
+
+class Console:
+    """One wizard run: scripts/demo in a 250x60 tmux pane, with its logs in a directory of
+    its own."""
+
+    def __init__(self, build, name, *demo_args, cell=None):
+        self.name, self.dir = name, tempfile.mkdtemp(prefix=f"console-{name}-")
+        self.sock, self.logs = os.path.join(self.dir, "tmux.sock"), os.path.join(self.dir, "logs")
+        conf = os.path.join(self.dir, "tmux.conf")
+        with open(conf, "w") as f:
+            f.write("set -g remain-on-exit on\nset -g history-limit 1000\n")
+        args = [os.path.join(ROOT, "scripts/demo"), "--no-build", "--build", build, "--logs", self.logs]
+        if cell is not None:
+            path = os.path.join(self.dir, "cell.ini")
+            with open(path, "w") as f:
+                f.write(cell)
+            args += ["--cell", path]
+        self.tmux("-f", conf, "new-session", "-d", "-x", "250", "-y", "60", "-s", "w",
+                  " ".join(f"'{a}'" for a in [*args, *demo_args]))
+        self.pid = int(self.tmux("display", "-p", "-t", "w", "#{pane_pid}"))
+        OPEN[name] = self
+
+    def tmux(self, *args):
+        return subprocess.run(["tmux", "-S", self.sock, *args], check=True, capture_output=True,
+                              text=True).stdout
+
+    def screen(self):
+        """Everything since the wizard's last clear: tmux keeps what scrolled off, not what
+        was cleared."""
+        lines = [l.rstrip() for l in self.tmux("capture-pane", "-p", "-S", "-", "-t", "w").split("\n")]
+        while lines and not lines[-1]:
+            lines.pop()
+        return lines
+
+    def wait(self, test, what):
+        """The screen once test(screen) holds; fails with the screen after WAIT seconds."""
+        deadline = time.monotonic() + WAIT
+        while time.monotonic() < deadline:
+            s = self.screen()
+            if test(s):
+                return s
+            time.sleep(0.1)
+        raise Failure(f"{self.name}: no {what} within {WAIT} s; the screen:\n" + "\n".join(s))
+
+    def expect(self, text, top=False):
+        """Waits until the lines of text stand on the screen one under the other, at the top
+        if asked; the comparison is blind to trailing blanks, which tmux drops."""
+        want = [l.expandtabs().rstrip() for l in text.split("\n")]
+        at = lambda s, i: s[i:i + len(want)] == want
+        return self.wait(lambda s: at(s, 0) if top else any(at(s, i) for i in range(len(s))),
+                         "screen:\n" + text)
+
+    def answer(self, *pairs):
+        """For each label and text: waits for the prompt of that label with nothing typed
+        after it yet, then types the text and Enter."""
+        for label, text in zip(pairs[::2], pairs[1::2]):
+            prompt = re.compile(re.escape(label) + r"( \[[^]]*\])? ?:$")
+            self.wait(lambda s: bool(s) and bool(prompt.search(s[-1])), f"prompt {label!r}")
+            self.type(text)
+
+    def type(self, *lines):
+        for line in lines:
+            if line:
+                self.tmux("send-keys", "-t", "w", "-l", line)
+            self.tmux("send-keys", "-t", "w", "Enter")
+
+    def status(self):
+        self.wait(lambda s: self.tmux("display", "-p", "-t", "w", "#{pane_dead}").strip() == "1",
+                  "end of the wizard")
+        return int(self.tmux("display", "-p", "-t", "w", "#{pane_dead_status}"))
+
+    def events(self, log, kind):
+        with open(os.path.join(self.logs, log)) as f:
+            return [e for e in map(json.loads, filter(str.strip, f)) if e.get("event") == kind]
+
+    def close(self, ok):
+        """Ends the pane (the demo tears its bed down on the hang-up) and waits for it."""
+        subprocess.run(["tmux", "-S", self.sock, "kill-server"], capture_output=True)
+        for _ in range(300):
+            try:
+                os.kill(self.pid, 0)
+                time.sleep(0.1)
+            except ProcessLookupError:
+                break
+        if ok:
+            shutil.rmtree(self.dir, ignore_errors=True)
+        else:
+            print(f"{self.name}: logs kept in {self.dir}")
+
+
+def check(ok, what):
+    if not ok:
+        raise Failure(what)
+
+
+BANNER = """
+=======   Setup Utility   =======
+
+The setup utility establishes the initial
+network and storage configuration for a Storage Cell
+
+---Press Enter To Continue---"""
+GATHERING = "Gathering required information for this controller... "
+SEARCHING = """
+Searching for additional controllers on the network...
+This may take up to 60 seconds..."""
+FOUND = "Setup has found the following controllers that require configuration:"
+CONTINUE = "Do you wish to continue with configuration [Y/n]?"
+FAILED = "Setup failed with the following error:\n "
+
+
+def started(c):
+    """The banner, then Enter: the state check comes next."""
+    c.expect(BANNER, top=True)
+    c.type("")
+
+
+def failure_at_check(c, text):
+    started(c)
+    c.expect(BANNER + "\n\n" + GATHERING + "\n" + FAILED + text, top=True)
+
+
+def controller(section, serial, mac, *more):
+    """One controller of a pair like tools/cellsim/examples/pair.ini."""
+    return "\n".join([f"[controller {section}]", f"mac = {mac}", f"serial = {serial}",
+                      "service_tag = CONSOLE2", "versions = 4,5", f"primary = {str(serial.endswith('1')).lower()}",
+                      f"canister = {serial[-1]}", "licensed_controllers = 2", *more, ""])
+
+
+def pair(*top, bottom=()):
+    return "\n".join(["[cellsim]\ninterface = ctl0", controller("top", "2000001", "02:ce:11:00:01:01", *top),
+                      controller("bottom", "2000002", "02:ce:11:00:01:02", *bottom)])
+
+
+# ---- The failure table, one row each. ---------------------------------------------------
+
+def foreign_platform(build):
+    c = Console(build, "foreign_platform", "--target-type", "7")
+    c.expect("The Setup Wizard is not compatible with this version of controller.\n"
+             "Please contact Kelt Support for further assistance.", top=True)
+    check(c.status() == 0, "a foreign platform leaves with 0")
+    check(c.events("apimgrsim.jsonl", "request") == [], "the wizard asked the API manager")
+
+
+def in_service(build):
+    c = Console(build, "in_service", "--mode", "Normal")
+    failure_at_check(c, "The Storage Cell has already been initialized.  Please use Skylark "
+                        "for further management operations.")
+    check(c.status() == 3, "a system in service leaves with 3")
+    check(c.events("cellsim.jsonl", "rx") == [], "a frame reached the controllers")
+
+
+def manager_down(build):
+    c = Console(build, "manager_down", "--mode", "none")
+    failure_at_check(c, "Unable to discover controller information.  A serious error has "
+                        "occurred.  Please contact KELT support.")
+    check(c.status() == 0, "the serious error leaves with 0: nothing sets the code")
+
+
+def not_first_controller(build):
+    # The peer sorts second in its array, so no array has it first.
+    c = Console(build, "not_first_controller", "--host", "SC2000002.lab.test")
+    started(c)
+    c.expect(GATHERING + "\n" + SEARCHING + "\n" + FAILED + "Setup was unable to discover this array")
+    check(c.status() == 1, "no array holding this controller leaves with 1")
+
+
+def peer_silent_then_declined(build):
+    c = Console(build, "peer_silent_then_declined", cell=pair(bottom=["answer_first = 0"]))
+    started(c)
+    c.expect(SEARCHING + "\n" + FOUND + "\nSerial Number # 2000001\n" + CONTINUE + "\n")
+    c.type("n")
+    c.expect(CONTINUE + "n\n" + FAILED.rstrip())
+    check(c.status() == 0, "a declined run leaves with 0")
+
+
+SYSTEM = "\n =======  Set System Information ======= \n"
+FIELDS = ["Storage Cell Name", "Primary Management Address(IPv4)", "Netmask (IPv4)",
+          "Default Gateway (IPv4)", "Domain Name", "Primary DNS Server (IPv4)",
+          "Secondary DNS Server (IPv4)", "Secondary Management Address(IPv4)"]
+EMAIL, FIRST, SECOND = "Default Admin E-Mail Address", "Enter A New Password for the Admin User", "Re-Enter The Password"
+REVIEW = "Do you wish to continue with this configuration [Y/n]?"
+GOOD = ["Cell", "10.20.1.10", "255.255.255.0", "10.20.1.1", "lab.test", "10.20.1.2", "10.20.1.3"]
+
+
+def through_prompts(c, system, addresses, email, password):
+    c.expect(CONTINUE)
+    c.type("y")
+    c.answer(*[x for pair in zip(FIELDS, system) for x in pair])
+    for address in addresses:
+        c.answer(FIELDS[7], address)
+    c.answer(EMAIL, email, FIRST, password, SECOND, password)
+
+
+def refused_by_validation(build):
+    c = Console(build, "refused_by_validation")
+    started(c)
+    through_prompts(c, GOOD, ["10.20.1.11", "10.20.1.11"], "a@lab.test", "pw")
+    c.answer(REVIEW, "y")
+    c.expect(FAILED + "Identical Controller IPv4 Addresses [10.20.1.11] - [10.20.1.11].")
+    check(c.status() == 2, "a configuration the model refuses leaves with 2")
+    check(c.events("cellsim.jsonl", "rx")[-1]["op"] == "HELLO_REQ", "a refused configuration was sent")
+
+
+def step_failed(build):
+    steps = ["steps = SubmitLicense:Complete ConfigureDisks:Failed", "step_error = Disk pool creation failed"]
+    c = Console(build, "step_failed", cell=pair(*steps))
+    started(c)
+    through_prompts(c, GOOD, ["10.20.1.11", "10.20.1.12"], "a@lab.test", "pw")
+    c.answer(REVIEW, "y")
+    c.expect("==== Configuring the Storage Cell ==== \n" + FAILED + "Disk pool creation failed")
+    check(c.status() == 2, "a failed step leaves with 2")
+
+
+# ---- A whole run with a pair. -----------------------------------------------------------
+
+def prompts(answers, addresses, email, complaint=""):
+    """The prompting screen: each label with its default as shown, and what was typed."""
+    shown = [f"{label} [{default}] :{typed}" if default or label in (FIELDS[0], FIELDS[4]) else f"{label} :{typed}"
+             for label, (default, typed) in zip(FIELDS, answers)]
+    if complaint:
+        shown[1:1] = [f"{FIELDS[1]} :{complaint}", f"\t\t '{complaint}' is not a valid IP"]
+    for serial, (default, typed) in zip(["2000001", "2000002"], addresses):
+        shown += ["", f" =======  Set Controller Specific Information (SN # {serial})  ======= ", "",
+                  f"{FIELDS[7]} [{default}] :{typed}" if default else f"{FIELDS[7]} :{typed}"]
+    shown += ["", "=======  Set User Information =======", "", f"{EMAIL} [{email[0]}] :{email[1]}"]
+    return SYSTEM + "\n" + "\n".join(shown)
+
+
+def review(name, domain):
+    return f"""
+=======  Review Configuration Data   =======
+
+
+=======  System Information =======
+
+Storage Cell Name : {name}
+Primary Management Address(IPv4) : 10.20.1.10
+Netmask (IPv4) : 255.255.255.0
+Default Gateway (IPv4) : 10.20.1.1
+Domain Name : {domain}
+Primary DNS Server (IPv4) : 10.20.1.2
+Secondary DNS Server (IPv4) : 10.20.1.3
+
+=======  Controller SN # 2000001  ======= 
+
+Secondary Management Address(IPv4) : 10.20.1.11
+
+=======  Controller SN # 2000002  ======= 
+
+Secondary Management Address(IPv4) : 10.20.1.12
+
+=======  User Information =======
+
+Default Admin E-Mail Address : admin@lab.test
+
+============================================
+
+""" + REVIEW
+
+
+def whole_run(build):
+    # Discovery offers the netmask and gateway; each step in progress lasts several polls.
+    offered = ["eth0_netmask = 255.255.255.0", "eth0_gateway = 10.20.1.1"]
+    steps = ["steps = SubmitLicense:InProgress JoinControllers:ConfiguredNotRun"] * 4 + \
+            ["steps = SubmitLicense:Complete JoinControllers:InProgress"] * 4 + \
+            ["steps = SubmitLicense:Complete JoinControllers:Complete"]
+    c = Console(build, "whole_run", cell=pair(*offered, *steps, bottom=offered))
+    started(c)
+    t = {"enter": time.monotonic()}
+    c.expect(BANNER + "\n\n" + GATHERING + "\n" + SEARCHING + "\n" + FOUND +
+             "\nSerial Number # 2000001\nSerial Number # 2000002\n" + CONTINUE, top=True)
+    t["found"] = time.monotonic()
+    c.type("y")
+    c.answer(FIELDS[0], "Demo Cell", FIELDS[1], "10.20.1.300", FIELDS[1], "10.20.1.10", FIELDS[2], "",
+             FIELDS[3], "", FIELDS[4], "lab.test", FIELDS[5], "10.20.1.2", FIELDS[6], "10.20.1.3",
+             FIELDS[7], "10.20.1.11", FIELDS[7], "10.20.1.12", EMAIL, "admin@lab.test",
+             FIRST, "one", SECOND, "two", FIRST, "Sim-Pass-1")
+    c.expect(prompts([("", "Demo Cell"), ("", "10.20.1.10"), ("255.255.255.0", ""), ("10.20.1.1", ""),
+                      ("", "lab.test"), ("", "10.20.1.2"), ("", "10.20.1.3")],
+                     [("", "10.20.1.11"), ("", "10.20.1.12")], ("", "admin@lab.test"), "10.20.1.300") +
+             f"\n{FIRST}: {SECOND}: The passwords did not match. Try again.\n{FIRST}: {SECOND}:", top=True)
+    c.answer(SECOND, "Sim-Pass-1")
+    c.expect(review("Demo Cell", "lab.test"), top=True)
+    c.type("n")
+    # The second pass offers the first pass's answers; a bare Enter empties a text field.
+    c.answer(FIELDS[0], "Lab Cell", *[x for f in FIELDS[1:] + [FIELDS[7]] for x in (f, "")],
+             EMAIL, "admin@lab.test", FIRST, "Sim-Pass-2")
+    c.expect(prompts([("Demo Cell", "Lab Cell"), ("10.20.1.10", ""), ("255.255.255.0", ""), ("10.20.1.1", ""),
+                      ("lab.test", ""), ("10.20.1.2", ""), ("10.20.1.3", "")],
+                     [("10.20.1.11", ""), ("10.20.1.12", "")], ("admin@lab.test", "admin@lab.test")) +
+             f"\n{FIRST}: {SECOND}:", top=True)
+    c.type("Sim-Pass-2")
+    c.expect(review("Lab Cell", ""), top=True)
+    c.type("")
+    t["accepted"] = time.monotonic()
+    run = "\nStorage Cell will now begin its configuration process.\n" \
+          "Please be patient as this operation may take up to 10 minutes\n==== Configuring the Storage Cell ==== "
+    closing = "\n\nConfiguration has successfully completed!\nYou may now use Skylark to connect to this array\n" \
+              "(use the following IP Address: 10.20.1.10)"
+    progress = re.compile(r"(Configuring License|Joining Controllers) ----> In Progress ([-\\_/])")
+    seen = {}
+    def watch(s):
+        if run in "\n".join(s):
+            t.setdefault("configuring", time.monotonic())
+            line = s[s.index(run.split("\n")[-1].rstrip()) + 1] if len(s) > 4 else ""
+            for m in progress.finditer(line):
+                seen.setdefault(m[1], set()).add(m[2])
+        return "\n".join(s).startswith(run + closing)
+    c.wait(watch, "closing message")
+    t["closed"] = time.monotonic()
+    check(c.status() == 0, "a whole run leaves with 0")
+    check(set(seen) == {"Configuring License", "Joining Controllers"} and
+          len(set().union(*seen.values())) > 1, f"progress line: steps and spinner seen {seen}")
+    setups = [e for e in c.events("cellsim.jsonl", "rx") if e["op"] == "SETUP_REQ"]
+    check(len(setups) == 1 and setups[0]["controller"] == "top", f"setup requests: {setups}")
+    sent = {e["name"]: e["value"] for e in setups[0]["entries"]}
+    want = {"STORAGECELL_NAME": "Lab Cell", "IPV4_MANAGEMENT_IP_ADDRESS": "10.20.1.10",
+            "TOP_CTRL_ETH0_IPV4_ADDRESS": "10.20.1.11", "BOTTOM_CTRL_ETH0_IPV4_ADDRESS": "10.20.1.12",
+            "TOP_CTRL_ETH0_IPV4_NETMASK": "255.255.255.0", "TOP_CTRL_ETH0_IPV4_DEFAULT_GATEWAY": "10.20.1.1",
+            "PRIMARY_DNS_SERVER": "10.20.1.2", "SECONDARY_DNS_SERVER": "10.20.1.3", "DOMAIN_NAME": "",
+            "DEFAULT_USER_EMAIL": "admin@lab.test"}
+    check({k: sent.get(k) for k in want} == want, f"setup request carried {sent}")
+    check(setups[0]["password_check"] == "ok" and setups[0]["password"] == "Sim-Pass-2", "the password sent")
+    print(f"whole_run: discovery {t['found'] - t['enter']:.1f} s, rediscovery and setup "
+          f"{t['configuring'] - t['accepted']:.1f} s, polls {t['closed'] - t['configuring']:.1f} s")
+
+
+SCENARIOS = {f.__name__: f for f in [whole_run, foreign_platform, in_service, manager_down,
+                                     not_first_controller, peer_silent_then_declined,
+                                     refused_by_validation, step_failed]}
+
+
+def main():
+    build, names = sys.argv[1], sys.argv[2:] or list(SCENARIOS)
+    why = ("needs root for network namespaces" if os.geteuid() != 0 else
+           "no tmux" if not shutil.which("tmux") else
+           "'ip netns' is not available" if subprocess.run(["ip", "netns", "list"], capture_output=True).returncode else "")
+    if why:
+        print(f"console tests: {why}; " + ("CI must run them" if os.environ.get("CI") else "skipping"))
+        return 1 if os.environ.get("CI") else 77
+    failures = []
+    def run(name):
+        try:
+            SCENARIOS[name](build)
+            print(f"{name}: passed")
+        except Exception as e:  # a scenario's failure, reported with its name
+            failures.append(name)
+            print(f"{name}: FAILED: {e}")
+        if name in OPEN:
+            OPEN[name].close(name not in failures)
+    threads = [threading.Thread(target=run, args=(n,)) for n in names]
+    for th in threads:
+        th.start()
+    for th in threads:
+        th.join()
+    return 1 if failures else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
