@@ -9,7 +9,7 @@ import json, os, re, shutil, subprocess, sys, tempfile, threading, time
 
 OPEN = {}  # scenario name: its console
 ROOT = os.path.abspath(os.path.join(os.path.dirname(__file__), *[".."] * 4))
-WAIT = 240  # seconds: generous, discovery alone waits out about 15 s twice under the sanitizers
+WAIT = int(os.environ.get("CONSOLE_WAIT", 240))  # seconds: generous, discovery alone waits out about 15 s twice under the sanitizers
 
 
 class Failure(Exception):
@@ -33,7 +33,7 @@ class Console:
                 f.write(cell)
             args += ["--cell", path]
         self.tmux("-f", conf, "new-session", "-d", "-x", "250", "-y", "60", "-s", "w",
-                  " ".join(f"'{a}'" for a in [*args, *demo_args]))
+                  " ".join(f"'{a}'" for a in [*args, *demo_args]) + f"; echo $? >'{self.dir}/status'")
         self.pid = int(self.tmux("display", "-p", "-t", "w", "#{pane_pid}"))
         OPEN[name] = self
 
@@ -41,31 +41,32 @@ class Console:
         return subprocess.run(["tmux", "-S", self.sock, *args], check=True, capture_output=True,
                               text=True).stdout
 
-    def screen(self):
-        """Everything since the wizard's last clear: tmux keeps what scrolled off, not what
-        was cleared."""
-        lines = [l.rstrip() for l in self.tmux("capture-pane", "-p", "-S", "-", "-t", "w").split("\n")]
+    def screen(self, history=False):
+        """The pane's lines, with what scrolled or was cleared off it when asked: tmux keeps
+        a cleared screen in its history."""
+        more = ["-S", "-"] if history else []
+        lines = [l.rstrip() for l in self.tmux("capture-pane", "-p", *more, "-t", "w").split("\n")]
         while lines and not lines[-1]:
             lines.pop()
         return lines
 
-    def wait(self, test, what):
+    def wait(self, test, what, history=False):
         """The screen once test(screen) holds; fails with the screen after WAIT seconds."""
         deadline = time.monotonic() + WAIT
         while time.monotonic() < deadline:
-            s = self.screen()
+            s = self.screen(history)
             if test(s):
                 return s
             time.sleep(0.1)
         raise Failure(f"{self.name}: no {what} within {WAIT} s; the screen:\n" + "\n".join(s))
 
     def expect(self, text, top=False):
-        """Waits until the lines of text stand on the screen one under the other, at the top
-        if asked; the comparison is blind to trailing blanks, which tmux drops."""
+        """Waits until the lines of text stand one under the other: at the top of the screen,
+        or anywhere since the pane began. Blind to trailing blanks, which tmux drops."""
         want = [l.expandtabs().rstrip() for l in text.split("\n")]
         at = lambda s, i: s[i:i + len(want)] == want
-        return self.wait(lambda s: at(s, 0) if top else any(at(s, i) for i in range(len(s))),
-                         "screen:\n" + text)
+        self.wait(lambda s: at(s, 0) if top else any(at(s, i) for i in range(len(s))),
+                  "screen:\n" + text, history=not top)
 
     def answer(self, *pairs):
         """For each label and text: waits for the prompt of that label with nothing typed
@@ -82,9 +83,10 @@ class Console:
             self.tmux("send-keys", "-t", "w", "Enter")
 
     def status(self):
-        self.wait(lambda s: self.tmux("display", "-p", "-t", "w", "#{pane_dead}").strip() == "1",
-                  "end of the wizard")
-        return int(self.tmux("display", "-p", "-t", "w", "#{pane_dead_status}"))
+        """The demo's exit status, which is the wizard's, once the pane has written it."""
+        path = os.path.join(self.dir, "status")
+        self.wait(lambda s: os.path.exists(path) and open(path).read().endswith("\n"), "end of the wizard")
+        return int(open(path).read())
 
     def events(self, log, kind):
         with open(os.path.join(self.logs, log)) as f:
@@ -93,11 +95,13 @@ class Console:
     def close(self, ok):
         """Ends the pane (the demo tears its bed down on the hang-up) and waits for it."""
         subprocess.run(["tmux", "-S", self.sock, "kill-server"], capture_output=True)
-        for _ in range(300):
+        for _ in range(300):  # a pane's process that tmux has not reaped counts as ended
             try:
-                os.kill(self.pid, 0)
+                with open(f"/proc/{self.pid}/stat") as f:
+                    if f.read().rsplit(")", 1)[1].split()[0] == "Z":
+                        break
                 time.sleep(0.1)
-            except ProcessLookupError:
+            except FileNotFoundError:
                 break
         if ok:
             shutil.rmtree(self.dir, ignore_errors=True)
@@ -134,7 +138,7 @@ def started(c):
 
 def failure_at_check(c, text):
     started(c)
-    c.expect(BANNER + "\n\n" + GATHERING + "\n" + FAILED + text, top=True)
+    c.expect(BANNER + "\n\n" + GATHERING + "\n" + FAILED + text)
 
 
 def controller(section, serial, mac, *more):
@@ -154,7 +158,7 @@ def pair(*top, bottom=()):
 def foreign_platform(build):
     c = Console(build, "foreign_platform", "--target-type", "7")
     c.expect("The Setup Wizard is not compatible with this version of controller.\n"
-             "Please contact Kelt Support for further assistance.", top=True)
+             "Please contact Kelt Support for further assistance.")
     check(c.status() == 0, "a foreign platform leaves with 0")
     check(c.events("apimgrsim.jsonl", "request") == [], "the wizard asked the API manager")
 
@@ -185,7 +189,7 @@ def not_first_controller(build):
 def peer_silent_then_declined(build):
     c = Console(build, "peer_silent_then_declined", cell=pair(bottom=["answer_first = 0"]))
     started(c)
-    c.expect(SEARCHING + "\n" + FOUND + "\nSerial Number # 2000001\n" + CONTINUE + "\n")
+    c.expect(SEARCHING + "\n" + FOUND + "\nSerial Number # 2000001\n" + CONTINUE)
     c.type("n")
     c.expect(CONTINUE + "n\n" + FAILED.rstrip())
     check(c.status() == 0, "a declined run leaves with 0")
@@ -213,7 +217,8 @@ def refused_by_validation(build):
     c = Console(build, "refused_by_validation")
     started(c)
     through_prompts(c, GOOD, ["10.20.1.11", "10.20.1.11"], "a@lab.test", "pw")
-    c.answer(REVIEW, "y")
+    c.expect(REVIEW)
+    c.type("y")
     c.expect(FAILED + "Identical Controller IPv4 Addresses [10.20.1.11] - [10.20.1.11].")
     check(c.status() == 2, "a configuration the model refuses leaves with 2")
     check(c.events("cellsim.jsonl", "rx")[-1]["op"] == "HELLO_REQ", "a refused configuration was sent")
@@ -224,7 +229,8 @@ def step_failed(build):
     c = Console(build, "step_failed", cell=pair(*steps))
     started(c)
     through_prompts(c, GOOD, ["10.20.1.11", "10.20.1.12"], "a@lab.test", "pw")
-    c.answer(REVIEW, "y")
+    c.expect(REVIEW)
+    c.type("y")
     c.expect("==== Configuring the Storage Cell ==== \n" + FAILED + "Disk pool creation failed")
     check(c.status() == 2, "a failed step leaves with 2")
 
@@ -315,29 +321,31 @@ def whole_run(build):
           "Please be patient as this operation may take up to 10 minutes\n==== Configuring the Storage Cell ==== "
     closing = "\n\nConfiguration has successfully completed!\nYou may now use Skylark to connect to this array\n" \
               "(use the following IP Address: 10.20.1.10)"
+    run, closing = (re.sub(r" +\n", "\n", x).rstrip(" ") for x in (run, closing))  # as tmux shows them
     progress = re.compile(r"(Configuring License|Joining Controllers) ----> In Progress ([-\\_/])")
     seen = {}
     def watch(s):
-        if run in "\n".join(s):
+        text = "\n".join(s)
+        if run in text:
             t.setdefault("configuring", time.monotonic())
-            line = s[s.index(run.split("\n")[-1].rstrip()) + 1] if len(s) > 4 else ""
-            for m in progress.finditer(line):
+            below = text.split(run + "\n", 1)[1:]
+            for m in progress.finditer(below[0].split("\n", 1)[0] if below else ""):
                 seen.setdefault(m[1], set()).add(m[2])
-        return "\n".join(s).startswith(run + closing)
-    c.wait(watch, "closing message")
+        return run + closing in text
+    c.wait(watch, "closing message", history=True)
     t["closed"] = time.monotonic()
     check(c.status() == 0, "a whole run leaves with 0")
     check(set(seen) == {"Configuring License", "Joining Controllers"} and
           len(set().union(*seen.values())) > 1, f"progress line: steps and spinner seen {seen}")
     setups = [e for e in c.events("cellsim.jsonl", "rx") if e["op"] == "SETUP_REQ"]
     check(len(setups) == 1 and setups[0]["controller"] == "top", f"setup requests: {setups}")
-    sent = {e["name"]: e["value"] for e in setups[0]["entries"]}
+    sent = {e["name"]: e.get("value") for e in setups[0]["entries"]}
     want = {"STORAGECELL_NAME": "Lab Cell", "IPV4_MANAGEMENT_IP_ADDRESS": "10.20.1.10",
             "TOP_CTRL_ETH0_IPV4_ADDRESS": "10.20.1.11", "BOTTOM_CTRL_ETH0_IPV4_ADDRESS": "10.20.1.12",
             "TOP_CTRL_ETH0_IPV4_NETMASK": "255.255.255.0", "TOP_CTRL_ETH0_IPV4_DEFAULT_GATEWAY": "10.20.1.1",
-            "PRIMARY_DNS_SERVER": "10.20.1.2", "SECONDARY_DNS_SERVER": "10.20.1.3", "DOMAIN_NAME": "",
+            "PRIMARY_DNS_SERVER": "10.20.1.2", "SECONDARY_DNS_SERVER": "10.20.1.3", "DOMAIN_NAME": None,
             "DEFAULT_USER_EMAIL": "admin@lab.test"}
-    check({k: sent.get(k) for k in want} == want, f"setup request carried {sent}")
+    check({k: sent.get(k) for k in want} == want, f"setup request carried {sent}")  # no empty texts
     check(setups[0]["password_check"] == "ok" and setups[0]["password"] == "Sim-Pass-2", "the password sent")
     print(f"whole_run: discovery {t['found'] - t['enter']:.1f} s, rediscovery and setup "
           f"{t['configuring'] - t['accepted']:.1f} s, polls {t['closed'] - t['configuring']:.1f} s")
