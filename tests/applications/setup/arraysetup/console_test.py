@@ -422,7 +422,8 @@ def main():
             print(f"{name}: passed")
         except Exception as e:  # a scenario's failure, reported with its name
             failures.append(name)
-            print(f"{name}: FAILED: {e}")
+            tail = "\n".join(OPEN[name].screen(history=True)[-12:]) if name in OPEN else ""
+            print(f"{name}: FAILED: {e}\n{name}: the pane ends with:\n{tail}")
         if name in OPEN:
             OPEN[name].close(name not in failures)
     threads = [threading.Thread(target=run, args=(n,)) for n in names]
