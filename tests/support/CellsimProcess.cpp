@@ -203,3 +203,21 @@ const Json& EntryValue(const Json& iEvent, const std::string& iName) {
     }
     return none;
 }
+
+std::string JsonText(const Json& iValue) {
+    return iValue.is_string() ? iValue.get<std::string>() : iValue.dump();
+}
+
+std::string Row(const Json& iEvent, const std::vector<std::string>& iFields) {
+    std::string out;
+    for (const std::string& f : iFields)
+        out += (&f == &iFields[0] ? "" : "|") + JsonText(iEvent.value(f, Json()));
+    return out;
+}
+
+std::string Column(const std::vector<const Json*>& iEvents, const std::string& iField) {
+    std::string out;
+    for (const Json* e : iEvents)
+        out += (e == iEvents[0] ? "" : "|") + JsonText(e->value(iField, Json()));
+    return out;
+}

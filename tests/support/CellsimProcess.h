@@ -80,4 +80,10 @@ std::vector<const Json*> EventsOf(const std::vector<Json>& iEvents, const std::s
 // The value of the entry named iName in an event's "entries"; null when there is none.
 const Json& EntryValue(const Json& iEvent, const std::string& iName);
 
+// A value as text: a string as it is, anything else as JSON writes it. Row and Column join
+// fields of one event, or one field of each event, by '|', so a test compares them in one line.
+std::string JsonText(const Json& iValue);
+std::string Row(const Json& iEvent, const std::vector<std::string>& iFields);
+std::string Column(const std::vector<const Json*>& iEvents, const std::string& iField);
+
 #endif
