@@ -24,12 +24,7 @@ ApimgrsimProcess::ApimgrsimProcess(const std::string& iBinary, const std::string
 
 ApimgrsimProcess::~ApimgrsimProcess() {
     KillChild(m_pid);
-    for (const std::string& f : {m_socket, m_key, m_log, m_ini, m_out, m_dir + "/RSTraceLog.log",
-                                 m_dir + "/RSTraceLog.log.1"})
-        if (!f.empty())
-            unlink(f.c_str());
-    if (!m_dir.empty())
-        rmdir(m_dir.c_str());
+    RemoveDir(m_dir);
 }
 
 bool ApimgrsimProcess::WaitReady(int iMs) {

@@ -11,6 +11,7 @@
 
 #include <chrono>
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <thread>
@@ -36,6 +37,12 @@ int RunCommand(const std::string& iCommand, std::string& oOutput) {
         oOutput.append(buf, n);
     const int status = pclose(p);
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+void RemoveDir(const std::string& iDir) {
+    std::error_code ignored;
+    if (!iDir.empty())
+        std::filesystem::remove_all(iDir, ignored);
 }
 
 std::string FileText(const std::string& iPath) {
@@ -138,12 +145,7 @@ CellsimProcess::CellsimProcess(const std::string& iBinary, const std::string& iN
 
 CellsimProcess::~CellsimProcess() {
     KillChild(m_pid);
-    for (const std::string& f :
-         {m_log, m_out, m_err, m_ini, m_dir + "/RSTraceLog.log", m_dir + "/RSTraceLog.log.1"})
-        if (!f.empty())
-            unlink(f.c_str());
-    if (!m_dir.empty())
-        rmdir(m_dir.c_str());
+    RemoveDir(m_dir);
 }
 
 bool CellsimProcess::WaitReady(int iMs) {

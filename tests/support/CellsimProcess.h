@@ -66,6 +66,9 @@ std::string CellsimSection(const std::string& iName, const std::string& iMac,
 // when it did not exit by itself.
 int RunCommand(const std::string& iCommand, std::string& oOutput);
 
+// Removes a private directory and all it holds; nothing when iDir is empty.
+void RemoveDir(const std::string& iDir);
+
 // The whole of a file, empty when it cannot be read.
 std::string FileText(const std::string& iPath);
 
