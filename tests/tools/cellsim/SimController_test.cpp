@@ -32,23 +32,18 @@ class Rig {
 public:
     explicit Rig(const std::string& iIni) {
         std::string error;
-        if (!ParseSimConfig(iIni, "t.ini", "", m_config, error))
-            ADD_FAILURE() << error;
+        EXPECT_TRUE(ParseSimConfig(iIni, "t.ini", "", m_config, error)) << error;
         std::vector<std::unique_ptr<CSimRsaKey>> keys;
         for (size_t i = 0; i < m_config.controllers.size(); ++i) {
             keys.push_back(CSimRsaKey::Generate(error));
-            if (!keys.back())
-                ADD_FAILURE() << error;
+            EXPECT_TRUE(keys.back()) << error;
         }
         m_cell = std::make_unique<CSimCell>(m_config, std::move(keys));
         char path[] = "/tmp/cellsim-events-XXXXXX";
-        int fd = mkstemp(path);
-        if (fd >= 0)
-            close(fd);
+        close(mkstemp(path));
         m_logPath = path;
         m_log.SetQuiet(true);
-        if (!m_log.Open(m_logPath, error))
-            ADD_FAILURE() << error;
+        EXPECT_TRUE(m_log.Open(m_logPath, error)) << error;
         for (size_t i = 0; i < m_cell->Size(); ++i)
             m_controllers.push_back(
                 std::make_unique<CSimController>(*m_cell, i, m_log, [this](unsigned iMs) {
@@ -202,10 +197,8 @@ TEST(SimController, ThePasswordBlockHasItsExactForm) {
         memcpy(s.data(), r.block.data(), r.block.size());
         std::string password, why;
         EXPECT_EQ(SimCheckPasswordBlock(s, pem, password, why), !r.password.empty()) << r.why;
-        if (r.password.empty()) {
-            EXPECT_NE(why.find(r.why), std::string::npos) << why;
-        } else {
-            EXPECT_EQ(password, r.password);
-        }
+        EXPECT_TRUE(r.password.empty() ? why.find(r.why) != std::string::npos
+                                       : password == r.password)
+            << why << password;
     }
 }
