@@ -5,7 +5,6 @@
 // allocation of exactly the input's size, so that any read past it is caught.
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <memory>
 
 #include "LSWConfig4/LSWConfigModel.h"

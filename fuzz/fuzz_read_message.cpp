@@ -6,7 +6,6 @@
 // the previous record that its frame arrives, so ageing and deadlines are reached too.
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <memory>
 #include <vector>
 

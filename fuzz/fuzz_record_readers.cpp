@@ -3,7 +3,6 @@
 // packed again and must read back the same.
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <vector>
 

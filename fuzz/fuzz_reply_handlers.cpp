@@ -5,7 +5,6 @@
 // from its two-byte total length on, held in an allocation of exactly its size.
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <memory>
 
 #include "LSWConfig4/LSWDiscovery4.h"

@@ -5,7 +5,6 @@
 // The bodies are then read again as pairs of (type, length) to push as new entries.
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 
 #include "LSWConfig4/ByteCursor.h"
 #include "LSWConfig4/SetupTLV.h"

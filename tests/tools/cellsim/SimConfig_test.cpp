@@ -4,7 +4,6 @@
 #include "SimConfig.h"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <fstream>
 #include <string>

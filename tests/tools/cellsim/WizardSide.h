@@ -5,7 +5,6 @@
 // simulator's password check is held against.
 
 #include <openssl/decoder.h>
-#include <openssl/err.h>
 #include <openssl/evp.h>
 #include <openssl/rsa.h>
 

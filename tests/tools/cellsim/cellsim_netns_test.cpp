@@ -4,11 +4,8 @@
 // client decoded and what cellsim's event log says crossed the wire. Disk lists, blink and
 // prejoin are the layer-2 road's network tests' to prove, through the wizard's own exchanges.
 #include <gtest/gtest.h>
-#include <signal.h>
 
 #include <chrono>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <string>

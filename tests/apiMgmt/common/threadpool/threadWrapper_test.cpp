@@ -4,7 +4,6 @@
 
 #include <atomic>
 #include <cerrno>
-#include <cstring>
 #include <future>
 
 #include "apiMgmt/common/error/generalError.h"

@@ -8,8 +8,6 @@
 // three), so the cases share cellsim runs and discoveries where they can.
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <cstdio>
 #include <list>
 #include <memory>
 #include <set>
