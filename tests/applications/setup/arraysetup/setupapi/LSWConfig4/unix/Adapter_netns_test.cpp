@@ -8,7 +8,6 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
 #include <functional>
 #include <map>
 #include <memory>
@@ -17,6 +16,7 @@
 
 #include "LSWConfig4/setupMessage.h"
 #include "LSWConfig4/unix/Adapter.h"
+#include "support/CellsimProcess.h"
 #include "support/Fields.h"
 #include "support/Mac.h"
 #include "support/NetnsPeer.h"
@@ -53,33 +53,6 @@ Bytes MakeFrame(const unsigned char* iDhost, const unsigned char* iShost, uint16
 uint16_t MarkerOf(const Bytes& iFrame) {
     return iFrame.size() < 32 ? 0xFFFF : static_cast<uint16_t>((iFrame[30] << 8) | iFrame[31]);
 }
-
-// The kernel's own word on an interface's address, to hold GetMACAddrString against.
-std::string SysfsMac(const std::string& iIfName) {
-    std::ifstream in("/sys/class/net/" + iIfName + "/address");
-    std::string text;
-    std::getline(in, text);
-    return text;
-}
-
-// What the tracer writes to its file from the moment of construction on.
-class TraceTail {
-public:
-    TraceTail() : m_path(g_Tracer.LogFileName() ? g_Tracer.LogFileName() : "") {
-        std::ifstream in(m_path, std::ios::binary | std::ios::ate);
-        m_start = in ? static_cast<std::streamoff>(in.tellg()) : 0;
-    }
-    bool Usable() const { return !m_path.empty() && g_Tracer.CheckLevel(ZEL_OUTPUT_DEBUG_PRINT); }
-    std::string Text() const {
-        std::ifstream in(m_path, std::ios::binary);
-        in.seekg(m_start);
-        return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-    }
-
-private:
-    std::string m_path;
-    std::streamoff m_start = 0;
-};
 
 bool Has(const std::string& iText, const std::string& iPart) {
     return iText.find(iPart) != std::string::npos;
@@ -192,7 +165,9 @@ TEST_F(L2Netns, AdapterListKeepsLibpcapOrderAndLeavesOutWhatCannotCarryFrames) {
     ASSERT_EQ(Fields(listed["lo"], listed["hello0"], listed["tun7"], listed["tun8"]),
               "addressed|addressed|bare|addressed");
 
-    TraceTail trace;
+    // What the tracer writes from here on.
+    const std::string tracePath = g_Tracer.LogFileName() ? g_Tracer.LogFileName() : "";
+    const size_t traceStart = FileText(tracePath).size();
     CZelAdapter* head = CZelAdapter::GetAll();
     std::unique_ptr<CZelAdapter, void (*)(CZelAdapter*)> owner(head, &CZelAdapter::FreeList);
     std::vector<std::string> names;
@@ -200,7 +175,9 @@ TEST_F(L2Netns, AdapterListKeepsLibpcapOrderAndLeavesOutWhatCannotCarryFrames) {
         names.push_back(a->m_msname);
         EXPECT_STREQ(a->m_msname, a->m_pcapname);
         EXPECT_STREQ("", a->m_description);
-        EXPECT_EQ(SysfsMac(a->m_msname), MacText(a->m_addr)) << a->m_msname;
+        // The kernel's own word on the address.
+        EXPECT_EQ(FileText(std::string("/sys/class/net/") + a->m_msname + "/address"),
+                  MacText(a->m_addr) + "\n");
     }
     std::vector<std::string> expected;
     for (int i = 0; i < m_bed.pairs; ++i)
@@ -214,8 +191,9 @@ TEST_F(L2Netns, AdapterListKeepsLibpcapOrderAndLeavesOutWhatCannotCarryFrames) {
 
     // The trace tells the two ways out apart: no address is dropped without a word, an
     // address without a MAC is reported.
-    ASSERT_TRUE(trace.Usable()) << "the tracer must write its file at level 2 for this test";
-    std::string t = trace.Text();
+    ASSERT_TRUE(!tracePath.empty() && g_Tracer.CheckLevel(ZEL_OUTPUT_DEBUG_PRINT))
+        << "the tracer must write its file at level 2 for this test";
+    const std::string t = FileText(tracePath).substr(traceStart);
     for (CZelAdapter* a = head; a; a = a->m_next)
         EXPECT_TRUE(Has(
             t, std::string("ifr name (") + a->m_msname + "), macaddr (" + MacText(a->m_addr) + ")"))
