@@ -119,46 +119,39 @@ void KillChild(pid_t& ioPid) {
     ioPid = -1;
 }
 
-CellsimProcess::CellsimProcess(const std::string& iBinary, const std::string& iNamespace,
-                               const std::string& iInterface, const std::string& iConfig,
-                               bool iFromFile, const std::vector<std::string>& iOptions) {
-    char dir[] = "/tmp/cellsim-run-XXXXXX";
-    if (!mkdtemp(dir))
+SimProcess::SimProcess(const char* iPattern) {
+    std::string dir = iPattern;
+    if (!mkdtemp(&dir[0]))
         return;
     m_dir = dir;
     m_log = m_dir + "/events.jsonl";
-    m_out = m_dir + "/stdout";
-    m_err = m_dir + "/stderr";
-    std::string config = iConfig;
-    if (!iFromFile) {
-        m_ini = m_dir + "/cell.ini";
-        std::ofstream(m_ini) << iConfig;
-        config = m_ini;
-    }
-    std::vector<std::string> args = {"ip",       "netns",    "exec", iNamespace,
-                                     iBinary,    "--config", config, "--interface",
-                                     iInterface, "--log",    m_log};
-    args.insert(args.end(), iOptions.begin(), iOptions.end());
-    m_pid = StartChild(args, m_dir, m_out, m_err);
 }
 
-CellsimProcess::~CellsimProcess() {
+SimProcess::~SimProcess() {
     KillChild(m_pid);
     RemoveDir(m_dir);
 }
 
-bool CellsimProcess::WaitReady(int iMs) {
-    return WaitChildReady(m_pid, m_log, iMs);
-}
-
-int CellsimProcess::Stop(int iSignal) {
+int SimProcess::Stop(int iSignal) {
     if (m_pid > 0)
         kill(m_pid, iSignal);
     return WaitChild(m_pid, 5000);
 }
 
-std::vector<Json> CellsimProcess::Events() const {
-    return ReadEvents(m_log);
+CellsimProcess::CellsimProcess(const std::string& iBinary, const std::string& iNamespace,
+                               const std::string& iInterface, const std::string& iConfig,
+                               bool iFromFile, const std::vector<std::string>& iOptions)
+    : SimProcess("/tmp/cellsim-run-XXXXXX"), m_out(m_dir + "/stdout"), m_err(m_dir + "/stderr") {
+    if (m_dir.empty())
+        return;
+    std::string config = iConfig;
+    if (!iFromFile)
+        std::ofstream(config = m_dir + "/cell.ini") << iConfig;
+    std::vector<std::string> args = {"ip",       "netns",    "exec", iNamespace,
+                                     iBinary,    "--config", config, "--interface",
+                                     iInterface, "--log",    m_log};
+    args.insert(args.end(), iOptions.begin(), iOptions.end());
+    m_pid = StartChild(args, m_dir, m_out, m_err);
 }
 
 std::string CellsimProcess::Stdout() const {
