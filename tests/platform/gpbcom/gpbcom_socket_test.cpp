@@ -206,21 +206,13 @@ TEST_F(GPBComSocketTest, EveryFailureOfTheServerEndsInItsError) {
 TEST_F(GPBComSocketTest, OversizeMessagesAreRefusedOnEachSide) {
     // The server refuses a request whose prefix is over its largest, and a reply of its own.
     Serve(Endpoint(5, 64), [](GPBComServer& server) {
-        int rc = 0;
-        for (int i = 0; i < 2; ++i) {
-            auto connection = server.Accept(10000);
-            GPBIPCMsg msg;
-            try {
-                if (i == 0)
-                    connection->RecvGPBMsg(msg);
-                else
-                    connection->SendGPBMsg(Request(100));
-                rc = 1;
-            } catch (const GPBComError& e) {
-                rc |= e.GetKind() == GPBComError::Oversize ? 0 : 1;
-            }
-        }
-        return rc;
+        std::string what;
+        GPBIPCMsg msg;
+        auto first = server.Accept(10000);
+        const int in = ErrorOf([&] { first->RecvGPBMsg(msg); }, what);
+        auto second = server.Accept(10000);
+        const int out = ErrorOf([&] { second->SendGPBMsg(Request(100)); }, what);
+        return in == GPBComError::Oversize && out == GPBComError::Oversize ? 0 : 1;
     });
     GPBComClient raw(Endpoint());
     ASSERT_TRUE(WriteAll(raw.GetFd(), "\x41"));  // 65 bytes announced, none sent
