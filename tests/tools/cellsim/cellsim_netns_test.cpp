@@ -74,11 +74,8 @@ public:
     // not compared. -1 when none came.
     int SetupStatus(int iSeconds) {
         std::shared_ptr<SETUPResponse> resp;
-        if (m_handler.ReadSetupResponseMessage(*m_device, resp, iSeconds) !=
-                SetupAPIMessageHandler::READ_SUCCESS ||
-            !resp)
-            return -1;
-        return resp->m_status;
+        const auto read = m_handler.ReadSetupResponseMessage(*m_device, resp, iSeconds);
+        return read == SetupAPIMessageHandler::READ_SUCCESS && resp ? resp->m_status : -1;
     }
 
 private:
