@@ -80,16 +80,12 @@ pid_t StartChild(std::vector<std::string> iArgs, const std::string& iDir, const 
 }
 
 bool WaitChildReady(pid_t& ioPid, const std::string& iLog, int iMs) {
-    auto deadline = Clock::now() + std::chrono::milliseconds(iMs);
-    while (Clock::now() < deadline) {
+    for (auto deadline = Clock::now() + std::chrono::milliseconds(iMs); Clock::now() < deadline;
+         std::this_thread::sleep_for(std::chrono::milliseconds(10))) {
         if (FileText(iLog).find("\"event\":\"ready\"") != std::string::npos)
             return true;
-        int status = 0;
-        if (ioPid > 0 && waitpid(ioPid, &status, WNOHANG) == ioPid) {
-            ioPid = -1;
-            return false;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        if (WaitChild(ioPid, 0), ioPid <= 0)
+            return false;  // it ended, or never started
     }
     return false;
 }
