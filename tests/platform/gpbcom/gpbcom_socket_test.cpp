@@ -1,4 +1,3 @@
-#include <dirent.h>
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <sys/stat.h>
@@ -6,7 +5,9 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <filesystem>
 #include <functional>
+#include <iterator>
 #include <string>
 
 #include "apiMgmt/proto/apiMgrMsg.pb.h"
@@ -57,12 +58,7 @@ std::string ReadToEnd(int iFd) {
 }
 
 size_t OpenDescriptors() {
-    size_t count = 0;
-    DIR* dir = opendir("/proc/self/fd");
-    while (readdir(dir) != nullptr)
-        ++count;
-    closedir(dir);
-    return count;
+    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
 }
 
 // A directory of its own for each test's socket, open to every user for the planted one.
