@@ -84,15 +84,12 @@ protected:
             "[faults]\n" +
                 iFaults));
         EXPECT_TRUE(sim->WaitReady());
-        Use(*sim, iTimeout);
-        return sim;
-    }
-    void Use(const ApimgrsimProcess& iSim, time_t iTimeout = 5) {
         GPBComEndpoint endpoint =
-            GPBComEndpoint::CreateLocalEndpoint(iSim.SocketPath(), iTimeout, 5242880);
+            GPBComEndpoint::CreateLocalEndpoint(sim->SocketPath(), iTimeout, 5242880);
         BASEApiMethod::SetAPIManagerEndpoint(&endpoint);
-        GPBComEndpoint::SetAccessKeyPath(iSim.KeyFile());
+        GPBComEndpoint::SetAccessKeyPath(sim->KeyFile());
         g_Sink->Take(0);
+        return sim;
     }
     // The next iCount log lines' messages, joined by '|'. The handler's lines carry their
     // message between " LOG: " and " FNC: "; an exception's own text after the handler's
