@@ -31,10 +31,9 @@ using Bytes = std::vector<unsigned char>;
 const unsigned char kTemplate[22] = MESSAGE_HEADER_INITIALIZER;
 
 // The real cellsim, started in the controllers' namespace on ctl0.
-class Cellsim : public CellsimProcess {
-public:
-    Cellsim(const NetnsBed& iBed, const std::string& iIni, bool iFromFile = false)
-        : CellsimProcess(CELLSIM_BINARY, iBed.ctl, "ctl0", iIni, iFromFile) {}
+struct Cellsim : CellsimProcess {
+    Cellsim(const NetnsBed& iBed, const std::string& iIni)
+        : CellsimProcess(CELLSIM_BINARY, iBed.ctl, "ctl0", iIni) {}
 };
 
 // The wizard's end: our packet device on wiz0 and the message layer.
