@@ -28,8 +28,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
 
     ManualClock clock;
     MEMORYDevice dev(kAdapterMac);
-    size_t pos = 1;
-    size_t frames = 0;
+    size_t pos = 1, frames = 0;
     time_t at = ManualClock::Now();
     while (pos + 3 <= size) {
         size_t len = (static_cast<size_t>(data[pos]) << 8) | data[pos + 1];

@@ -42,8 +42,7 @@ void WalkFaultDomain(const FAULTDomainDataReader* iDomain) {
         present += port ? 1 : 0;
         WalkPort(port);
     }
-    if (iDomain->GetNumberOfPorts() > 0)
-        FuzzCheck(present >= iDomain->GetNumberOfPorts());
+    FuzzCheck(iDomain->GetNumberOfPorts() <= 0 || present >= iDomain->GetNumberOfPorts());
 }
 
 void WalkController(const CONTROLLERPortDataReader* iController) {

@@ -20,9 +20,7 @@ bool NetnsBed::FromEnvironment(NetnsBed& oBed, std::string& oWhy) {
         oWhy = "not inside a test bed: run this program through scripts/netns-run";
         return false;
     }
-    oBed.wiz = wiz;
-    oBed.ctl = ctl;
-    oBed.pairs = atoi(pairs);
+    oBed = NetnsBed{wiz, ctl, atoi(pairs)};
     if (oBed.pairs < 1) {
         oWhy = "ARRAYSETUP_NETNS_PAIRS is not a count of veth pairs";
         return false;
