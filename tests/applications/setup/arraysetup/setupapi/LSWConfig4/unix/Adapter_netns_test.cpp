@@ -209,11 +209,10 @@ TEST_F(L2Netns, OnlyFramesOfOursReachTheController) {
     // unfiltered (promiscuous, as a simulator opens it), both reading the same frames.
     NetnsPeer peer(m_bed.ctl, [](NetnsPeer& self) {
         unsigned char mac[6];
-        if (!MacOf("ctl0", mac))
-            return 1;
-        std::unique_ptr<CL2> filtered(CL2::GetInterface(mac, "ctl0"));
-        std::unique_ptr<CL2> unfiltered(CL2::GetInterface(mac, "ctl0", true));
-        if (!filtered || !unfiltered)
+        std::unique_ptr<CL2> filtered(MacOf("ctl0", mac) ? CL2::GetInterface(mac, "ctl0")
+                                                         : nullptr);
+        std::unique_ptr<CL2> unfiltered(filtered ? CL2::GetInterface(mac, "ctl0", true) : nullptr);
+        if (!unfiltered)
             return 2;
         filtered->setfilter(kMcast, kSnap);
         self.Send(mac, sizeof(mac));
@@ -239,8 +238,7 @@ TEST_F(L2Netns, OnlyFramesOfOursReachTheController) {
     shortFrame.pop_back();  // 33 bytes
     // Tagged: 81 00 and a TCI between shost and length, so the SNAP header sits at 18.
     Bytes tagged = MakeFrame(nullptr, m_wizMac, 34, 4);
-    const unsigned char tag[4] = {0x81, 0x00, 0x00, 0x05};
-    tagged.insert(tagged.begin() + 12, tag, tag + 4);
+    tagged.insert(tagged.begin() + 12, {0x81, 0x00, 0x00, 0x05});
     Bytes multicast = MakeFrame(nullptr, m_wizMac, 0, 5);  // 34 bytes: the least accepted
     Bytes zeroSnap = MakeFrame(ctlMac, m_wizMac, 0, 6);
     memset(zeroSnap.data() + 14, 0, 8);
