@@ -77,19 +77,6 @@ private:
     std::vector<std::unique_ptr<CSimController>> m_controllers;
 };
 
-// The wizard reading frames back through the message layer.
-SetupAPIMessageHandler::ReadResult Receive(const std::vector<Bytes>& iFrames,
-                                           std::shared_ptr<SetupAPIMessage>& oMessage) {
-    MEMORYDevice wiz(kWizMac);
-    for (const Bytes& f : iFrames)
-        wiz.QueueFrame(f);
-    SetupAPIMessageHandler handler;
-    SetupAPIMessageHandler::ReadResult r = SetupAPIMessageHandler::ERROR_IOHANDLER_READ_PACKET;
-    for (size_t i = 0; i < iFrames.size() && !oMessage; ++i)
-        r = handler.ReadSetupAPIMessage(wiz, oMessage, 1, false);
-    return r;
-}
-
 std::string Controller(const std::string& iName, const std::string& iMac,
                        const std::string& iMore = "") {
     return CellsimSection(iName, iMac, "S-" + iName, "TAG", iMore);
@@ -135,8 +122,12 @@ TEST(SimController, FaultsDropDelaySpoilAndSilenceReplies) {
     SHA256CheckSum::generateChecksum(reinterpret_cast<const char*>(&f[34]), used, good);
     for (int i = 0; i < 4; ++i)
         EXPECT_EQ(static_cast<unsigned char>(~good[i]), f[30 + i]);
+    // The wizard, reading it back through the message layer, refuses it.
+    MEMORYDevice wiz(kWizMac);
+    wiz.QueueFrame(f);
     std::shared_ptr<SetupAPIMessage> msg;
-    EXPECT_EQ(SetupAPIMessageHandler::ERROR_CHECKSUM_FAILED, Receive(frames, msg));
+    EXPECT_EQ(SetupAPIMessageHandler::ERROR_CHECKSUM_FAILED,
+              SetupAPIMessageHandler().ReadSetupAPIMessage(wiz, msg, 1, false));
 
     // An interface that refuses the frame: the reply is on record, and so is the refusal.
     HELLORequest refused(5);
