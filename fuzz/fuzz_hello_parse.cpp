@@ -5,19 +5,14 @@
 // allocation of exactly the input's size, so that any read past it is caught.
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <memory>
 
 #include "LSWConfig4/LSWConfigModel.h"
 #include "LSWConfig4/LSWDiscovery4.h"
 #include "LSWConfig4/SetupTLV.h"
 #include "support/FuzzWalk.h"
-#include "support/QuietTracer.h"
 
-extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    QuietTracer();
-    return 0;
-}
+FUZZ_QUIET_START
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (size < 2 || size > 0xFFFF)
@@ -31,7 +26,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     // Text fields come from single entries, which lie inside the block.
     FuzzCheck(rec->SerialNumber.size() < size && rec->PublicKey.size() < size);
     FuzzCheck(rec->Eth0Ip6AddrPrefix <= 0xFF);
-    WalkPortTree(rec->mReader);
+    WalkPortTree(&rec->mReader);
 
     for (unsigned int mask = 0; mask < 4; ++mask)
         (void)rec->IsControllerRequired(mask);

@@ -6,7 +6,6 @@
 // the previous record that its frame arrives, so ageing and deadlines are reached too.
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <memory>
 #include <vector>
 
@@ -15,32 +14,21 @@
 #include "support/FuzzWalk.h"
 #include "support/ManualClock.h"
 #include "support/MemoryDevice.h"
-#include "support/QuietTracer.h"
-
-namespace {
 
 const unsigned char kAdapterMac[6] = {0xAA, 0xBB, 0xCC, 0xDD, 0xEE, 0xFF};
 
-}  // namespace
-
-extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    QuietTracer();
-    return 0;
-}
+FUZZ_QUIET_START
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (size < 1)
         return 0;
     const uint8_t options = data[0];
-    const bool skipChecksum = options & 1;
-    const bool setupResponse = options & 2;
     static const int kTimeouts[4] = {-1, 1, 5, 20};
     const int timeout = kTimeouts[(options >> 2) & 3];
 
     ManualClock clock;
     MEMORYDevice dev(kAdapterMac);
-    size_t pos = 1;
-    size_t frames = 0;
+    size_t pos = 1, frames = 0;
     time_t at = ManualClock::Now();
     while (pos + 3 <= size) {
         size_t len = (static_cast<size_t>(data[pos]) << 8) | data[pos + 1];
@@ -56,13 +44,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     SetupAPIMessageHandler handler;
     // Each read takes at least one frame, so this ends; the bound guards the harness alone.
     for (size_t round = 0; dev.Pending() > 0 && round <= frames; ++round) {
-        if (setupResponse) {
+        if (options & 2) {
             std::shared_ptr<SETUPResponse> resp;
             auto result = handler.ReadSetupResponseMessage(dev, resp, timeout);
             FuzzCheck((result == SetupAPIMessageHandler::READ_SUCCESS) == static_cast<bool>(resp));
         } else {
             std::shared_ptr<SetupAPIMessage> msg;
-            auto result = handler.ReadSetupAPIMessage(dev, msg, timeout, skipChecksum);
+            auto result = handler.ReadSetupAPIMessage(dev, msg, timeout, options & 1);
             FuzzCheck((result == SetupAPIMessageHandler::READ_SUCCESS) == static_cast<bool>(msg));
             if (msg) {
                 WalkTlv(msg->m_tlv);

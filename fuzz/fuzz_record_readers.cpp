@@ -3,13 +3,11 @@
 // packed again and must read back the same.
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <vector>
 
 #include "LSWConfig4/tlvUtils.h"
 #include "support/FuzzWalk.h"
-#include "support/QuietTracer.h"
 
 namespace {
 
@@ -47,6 +45,14 @@ void Disks(const FuzzValue& iValue) {
         FuzzCheck(memcmp(packed.data() + 8, iValue.data() + 8, packed.size() - 8) == 0);
 }
 
+// A reader of the port tree, walked whole.
+template <class Reader, void (*Walk)(const Reader*)>
+void Tree(const FuzzValue& iValue) {
+    Reader reader;
+    reader.UnpackData(iValue.data(), iValue.size());
+    Walk(&reader);
+}
+
 void ControllerInfos(const FuzzValue& iValue) {
     ControllerInfoDataReader reader;
     reader.UnpackData(iValue.data(), iValue.size());
@@ -70,52 +76,20 @@ void ControllerInfos(const FuzzValue& iValue) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    QuietTracer();
-    return 0;
-}
+FUZZ_QUIET_START
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (size == 0)
         return 0;
-    FuzzValue value(data + 1, size - 1);
-    switch (data[0] % 8) {
-        case 0: {
-            SCPortConfigDataReader reader;
-            reader.UnpackData(value.data(), value.size());
-            WalkPortTree(reader);
-            break;
-        }
-        case 1: {
-            CONTROLLERPortDataReader reader;
-            reader.UnpackData(value.data(), value.size());
-            WalkController(&reader);
-            break;
-        }
-        case 2: {
-            FAULTDomainDataReader reader;
-            reader.UnpackData(value.data(), value.size());
-            WalkFaultDomain(&reader);
-            break;
-        }
-        case 3: {
-            PORTDataReader reader;
-            reader.UnpackData(value.data(), value.size());
-            WalkPort(&reader);
-            break;
-        }
-        case 4:
-            Steps(value);
-            break;
-        case 5:
-            Disks<DISKConfigDataReader, DISKConfigDataWriter>(value);
-            break;
-        case 6:
-            Disks<DISKConfigExtra1DataReader, DISKConfigExtra1DataWriter>(value);
-            break;
-        default:
-            ControllerInfos(value);
-            break;
-    }
+    static void (*const kReaders[8])(const FuzzValue&) = {
+        Tree<SCPortConfigDataReader, WalkPortTree>,
+        Tree<CONTROLLERPortDataReader, WalkController>,
+        Tree<FAULTDomainDataReader, WalkFaultDomain>,
+        Tree<PORTDataReader, WalkPort>,
+        Steps,
+        Disks<DISKConfigDataReader, DISKConfigDataWriter>,
+        Disks<DISKConfigExtra1DataReader, DISKConfigExtra1DataWriter>,
+        ControllerInfos};
+    kReaders[data[0] % 8](FuzzValue(data + 1, size - 1));
     return 0;
 }

@@ -5,25 +5,14 @@
 // from its two-byte total length on, held in an allocation of exactly its size.
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <memory>
 
 #include "LSWConfig4/LSWDiscovery4.h"
 #include "LSWConfig4/SetupTLV.h"
 #include "LSWConfig4/setupMsgV4.h"
 #include "support/FuzzWalk.h"
-#include "support/QuietTracer.h"
 
-namespace {
-
-const unsigned char kMac[6] = {0x00, 0xC0, 0xDD, 0x01, 0x02, 0x0A};
-
-}  // namespace
-
-extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    QuietTracer();
-    return 0;
-}
+FUZZ_QUIET_START
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (size < 4 || size - 2 > 0xFFFF)
@@ -31,14 +20,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const unsigned which = data[0] & 3u;
     const u_short version = (data[0] & 4u) ? MESSAGE_VERSION_5 : MESSAGE_VERSION_4;
     const bool foreign = (data[1] & 1u) != 0;
+    static const unsigned char kMac[6] = {0x00, 0xC0, 0xDD, 0x01, 0x02, 0x0A};
     const uint8_t* body = data + 2;
     const size_t length = size - 2;
 
     static const u_short kOpcodes[3] = {PAYLOADHeader::CONFIG_STATUS_RSP,
                                         PAYLOADHeader::DISK_CONFIG_RSP, PAYLOADHeader::BLINK_RSP};
-    u_short opcode = kOpcodes[which % 3];
-    if (foreign)
-        opcode = kOpcodes[(which + 1) % 3];
+    const u_short opcode = kOpcodes[(which + (foreign ? 1 : 0)) % 3];
 
     auto msg = std::make_shared<SetupAPIMessage>(opcode, version);
     msg->m_tlv = SETUPTlv(static_cast<uint32_t>(length));

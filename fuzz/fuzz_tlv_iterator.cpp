@@ -5,36 +5,25 @@
 // The bodies are then read again as pairs of (type, length) to push as new entries.
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 
 #include "LSWConfig4/ByteCursor.h"
 #include "LSWConfig4/SetupTLV.h"
 #include "LSWConfig4/setupMessage.h"
 #include "support/FuzzWalk.h"
-#include "support/QuietTracer.h"
 
-extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    QuietTracer();
-    return 0;
-}
+FUZZ_QUIET_START
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (size < 2)
         return 0;
     const char* body = reinterpret_cast<const char*>(data + 2);
     const size_t bodyLen = size - 2;
-    uint32_t blockSize = 0;
-    switch (data[0] % 3) {
-        case 0:
-            blockSize = CHOOSE_TLV_SIZE_BY_VERSION(MESSAGE_VERSION_4);
-            break;
-        case 1:
-            blockSize = CHOOSE_TLV_SIZE_BY_VERSION(MESSAGE_VERSION_5);
-            break;
-        default:
-            blockSize = static_cast<uint32_t>(bodyLen < 2 ? 2 : bodyLen > 65535 ? 65535 : bodyLen);
-            break;
-    }
+    const uint32_t blockSizes[3] = {CHOOSE_TLV_SIZE_BY_VERSION(MESSAGE_VERSION_4),
+                                    CHOOSE_TLV_SIZE_BY_VERSION(MESSAGE_VERSION_5),
+                                    static_cast<uint32_t>(bodyLen < 2       ? 2
+                                                          : bodyLen > 65535 ? 65535
+                                                                            : bodyLen)};
+    const uint32_t blockSize = blockSizes[data[0] % 3];
     const size_t split = bodyLen ? data[1] % (bodyLen + 1) : 0;
     const uint16_t first = static_cast<uint16_t>(split > 65535 ? 65535 : split);
     const uint16_t second =

@@ -13,17 +13,16 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* iData, size_t iSize) {
 
     VERSIONObject version;
     version.Parse(text);
-    if (version.ToFullString().size() > 20 || version.GetVersionLong() > 1000908999000099ULL) {
+    if (version.ToFullString().size() > 20 || version.GetVersionLong() > 1000908999000099ULL)
         abort();
-    }
 
     STORAGESize size(12345);
     size.Parse(text);
-    size.DisplayString();
-    size.ToString();
-    size.SetManu(true);
-    size.DisplayString();
-    size.ToString();
+    for (bool manu : {false, true}) {
+        size.SetManu(manu);
+        size.DisplayString();
+        size.ToString();
+    }
 
     DATETimeObject time(text);
     time.ToString();

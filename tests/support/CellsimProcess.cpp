@@ -5,12 +5,12 @@
 #include <signal.h>
 #include <stdlib.h>
 #include <sys/prctl.h>
-#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <thread>
@@ -36,6 +36,12 @@ int RunCommand(const std::string& iCommand, std::string& oOutput) {
         oOutput.append(buf, n);
     const int status = pclose(p);
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+void RemoveDir(const std::string& iDir) {
+    std::error_code ignored;
+    if (!iDir.empty())
+        std::filesystem::remove_all(iDir, ignored);
 }
 
 std::string FileText(const std::string& iPath) {
@@ -74,16 +80,12 @@ pid_t StartChild(std::vector<std::string> iArgs, const std::string& iDir, const 
 }
 
 bool WaitChildReady(pid_t& ioPid, const std::string& iLog, int iMs) {
-    auto deadline = Clock::now() + std::chrono::milliseconds(iMs);
-    while (Clock::now() < deadline) {
+    for (auto deadline = Clock::now() + std::chrono::milliseconds(iMs); Clock::now() < deadline;
+         std::this_thread::sleep_for(std::chrono::milliseconds(10))) {
         if (FileText(iLog).find("\"event\":\"ready\"") != std::string::npos)
             return true;
-        int status = 0;
-        if (ioPid > 0 && waitpid(ioPid, &status, WNOHANG) == ioPid) {
-            ioPid = -1;
-            return false;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        if (WaitChild(ioPid, 0), ioPid <= 0)
+            return false;  // it ended, or never started
     }
     return false;
 }
@@ -113,51 +115,39 @@ void KillChild(pid_t& ioPid) {
     ioPid = -1;
 }
 
-CellsimProcess::CellsimProcess(const std::string& iBinary, const std::string& iNamespace,
-                               const std::string& iInterface, const std::string& iConfig,
-                               bool iFromFile, const std::vector<std::string>& iOptions) {
-    char dir[] = "/tmp/cellsim-run-XXXXXX";
-    if (!mkdtemp(dir))
+SimProcess::SimProcess(const char* iPattern) {
+    std::string dir = iPattern;
+    if (!mkdtemp(&dir[0]))
         return;
     m_dir = dir;
     m_log = m_dir + "/events.jsonl";
-    m_out = m_dir + "/stdout";
-    m_err = m_dir + "/stderr";
-    std::string config = iConfig;
-    if (!iFromFile) {
-        m_ini = m_dir + "/cell.ini";
-        std::ofstream(m_ini) << iConfig;
-        config = m_ini;
-    }
-    std::vector<std::string> args = {"ip",       "netns",    "exec", iNamespace,
-                                     iBinary,    "--config", config, "--interface",
-                                     iInterface, "--log",    m_log};
-    args.insert(args.end(), iOptions.begin(), iOptions.end());
-    m_pid = StartChild(args, m_dir, m_out, m_err);
 }
 
-CellsimProcess::~CellsimProcess() {
+SimProcess::~SimProcess() {
     KillChild(m_pid);
-    for (const std::string& f :
-         {m_log, m_out, m_err, m_ini, m_dir + "/RSTraceLog.log", m_dir + "/RSTraceLog.log.1"})
-        if (!f.empty())
-            unlink(f.c_str());
-    if (!m_dir.empty())
-        rmdir(m_dir.c_str());
+    RemoveDir(m_dir);
 }
 
-bool CellsimProcess::WaitReady(int iMs) {
-    return WaitChildReady(m_pid, m_log, iMs);
-}
-
-int CellsimProcess::Stop(int iSignal) {
+int SimProcess::Stop(int iSignal) {
     if (m_pid > 0)
         kill(m_pid, iSignal);
     return WaitChild(m_pid, 5000);
 }
 
-std::vector<Json> CellsimProcess::Events() const {
-    return ReadEvents(m_log);
+CellsimProcess::CellsimProcess(const std::string& iBinary, const std::string& iNamespace,
+                               const std::string& iInterface, const std::string& iConfig,
+                               bool iFromFile, const std::vector<std::string>& iOptions)
+    : SimProcess("/tmp/cellsim-run-XXXXXX"), m_out(m_dir + "/stdout"), m_err(m_dir + "/stderr") {
+    if (m_dir.empty())
+        return;
+    std::string config = iConfig;
+    if (!iFromFile)
+        std::ofstream(config = m_dir + "/cell.ini") << iConfig;
+    std::vector<std::string> args = {"ip",       "netns",    "exec", iNamespace,
+                                     iBinary,    "--config", config, "--interface",
+                                     iInterface, "--log",    m_log};
+    args.insert(args.end(), iOptions.begin(), iOptions.end());
+    m_pid = StartChild(args, m_dir, m_out, m_err);
 }
 
 std::string CellsimProcess::Stdout() const {
@@ -202,4 +192,22 @@ const Json& EntryValue(const Json& iEvent, const std::string& iName) {
         return value == e.end() ? none : *value;
     }
     return none;
+}
+
+std::string JsonText(const Json& iValue) {
+    return iValue.is_string() ? iValue.get<std::string>() : iValue.dump();
+}
+
+std::string Row(const Json& iEvent, const std::vector<std::string>& iFields) {
+    std::string out;
+    for (const std::string& f : iFields)
+        out += (&f == &iFields[0] ? "" : "|") + JsonText(iEvent.value(f, Json()));
+    return out;
+}
+
+std::string Column(const std::vector<const Json*>& iEvents, const std::string& iField) {
+    std::string out;
+    for (const Json* e : iEvents)
+        out += (e == iEvents[0] ? "" : "|") + JsonText(e->value(iField, Json()));
+    return out;
 }

@@ -25,9 +25,8 @@ void WalkTlv(const SETUPTlv& iTlv) {
 void WalkPort(const PORTDataReader* iPort) {
     if (!iPort)
         return;
-    FuzzCheck(iPort->GetIpV4().size() <= 15);
-    FuzzCheck(iPort->GetIpV4Netmask().size() <= 15);
-    FuzzCheck(iPort->GetIpV4Gateway().size() <= 15);
+    FuzzCheck(iPort->GetIpV4().size() <= 15 && iPort->GetIpV4Netmask().size() <= 15 &&
+              iPort->GetIpV4Gateway().size() <= 15);
     (void)iPort->GetSlotNumber();
     (void)iPort->GetControllerIndex();
     (void)iPort->GetCardModel();
@@ -40,12 +39,10 @@ void WalkFaultDomain(const FAULTDomainDataReader* iDomain) {
     int present = 0;
     for (int i = 0; i < 256; ++i) {
         PORTDataReader* port = iDomain->GetPort(static_cast<unsigned char>(i));
-        if (port)
-            ++present;
+        present += port ? 1 : 0;
         WalkPort(port);
     }
-    if (iDomain->GetNumberOfPorts() > 0)
-        FuzzCheck(present >= iDomain->GetNumberOfPorts());
+    FuzzCheck(iDomain->GetNumberOfPorts() <= 0 || present >= iDomain->GetNumberOfPorts());
 }
 
 void WalkController(const CONTROLLERPortDataReader* iController) {
@@ -55,7 +52,7 @@ void WalkController(const CONTROLLERPortDataReader* iController) {
         WalkFaultDomain(iController->GetFaultDomain(static_cast<unsigned char>(i)));
 }
 
-void WalkPortTree(const SCPortConfigDataReader& iTree) {
+void WalkPortTree(const SCPortConfigDataReader* iTree) {
     for (int i = 0; i < 256; ++i)
-        WalkController(iTree.GetController(static_cast<unsigned char>(i)));
+        WalkController(iTree->GetController(static_cast<unsigned char>(i)));
 }

@@ -1,8 +1,9 @@
 #ifndef TESTS_SUPPORT_FUZZWALK_H
 #define TESTS_SUPPORT_FUZZWALK_H
 
-// What the fuzz targets share: a check that aborts, so that libFuzzer keeps the input, and
-// walkers that touch every byte and index a reader offers.
+// What the fuzz targets share: a check that aborts, so that libFuzzer keeps the input, a
+// start that keeps the tracer quiet, and walkers that touch every byte and index a reader
+// offers.
 
 #include <cstddef>
 #include <cstdint>
@@ -10,8 +11,15 @@
 
 #include "LSWConfig4/SetupTLV.h"
 #include "LSWConfig4/tlvUtils.h"
+#include "support/QuietTracer.h"
 
 void FuzzCheck(bool iCondition);
+
+// A target's start: millions of inputs write no trace lines.
+#define FUZZ_QUIET_START                                 \
+    extern "C" int LLVMFuzzerInitialize(int*, char***) { \
+        return QuietTracer(), 0;                         \
+    }
 
 // Input bytes in a heap block of their own size, so that any read past them is caught.
 struct FuzzValue {
@@ -29,6 +37,6 @@ void WalkTlv(const SETUPTlv& iTlv);
 void WalkPort(const PORTDataReader* iPort);
 void WalkFaultDomain(const FAULTDomainDataReader* iDomain);
 void WalkController(const CONTROLLERPortDataReader* iController);
-void WalkPortTree(const SCPortConfigDataReader& iTree);
+void WalkPortTree(const SCPortConfigDataReader* iTree);
 
 #endif

@@ -3,15 +3,11 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <sched.h>
-#include <signal.h>
 #include <sys/socket.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <chrono>
 #include <cstdlib>
-#include <thread>
 #include <vector>
 
 #include "support/CellsimProcess.h"
@@ -24,9 +20,7 @@ bool NetnsBed::FromEnvironment(NetnsBed& oBed, std::string& oWhy) {
         oWhy = "not inside a test bed: run this program through scripts/netns-run";
         return false;
     }
-    oBed.wiz = wiz;
-    oBed.ctl = ctl;
-    oBed.pairs = atoi(pairs);
+    oBed = NetnsBed{wiz, ctl, atoi(pairs)};
     if (oBed.pairs < 1) {
         oWhy = "ARRAYSETUP_NETNS_PAIRS is not a count of veth pairs";
         return false;
@@ -40,8 +34,7 @@ NetnsPeer::NetnsPeer(const std::string& iNamespace, Body iBody) {
         return;
     pid_t pid = fork();
     if (pid < 0) {
-        close(ends[0]);
-        close(ends[1]);
+        close(ends[0]), close(ends[1]);
         return;
     }
     if (pid == 0) {
@@ -57,7 +50,6 @@ NetnsPeer::NetnsPeer(const std::string& iNamespace, Body iBody) {
         try {
             status = iBody(*this);
         } catch (...) {
-            status = kBodyThrew;
         }
         // No exit handlers: they belong to the parent's copy of this process.
         _exit(status);
@@ -76,11 +68,8 @@ NetnsPeer::~NetnsPeer() {
 bool NetnsPeer::Send(const void* iData, size_t iLength) {
     if (m_fd < 0)
         return false;
-    ssize_t sent;
-    do {
-        sent = send(m_fd, iData, iLength, MSG_NOSIGNAL);
-    } while (sent < 0 && errno == EINTR);
-    return sent == static_cast<ssize_t>(iLength);
+    return TEMP_FAILURE_RETRY(send(m_fd, iData, iLength, MSG_NOSIGNAL)) ==
+           static_cast<ssize_t>(iLength);
 }
 
 bool NetnsPeer::Receive(std::string& oMessage, int iTimeoutMs) {
@@ -88,17 +77,10 @@ bool NetnsPeer::Receive(std::string& oMessage, int iTimeoutMs) {
     if (m_fd < 0)
         return false;
     struct pollfd p = {m_fd, POLLIN, 0};
-    int ready;
-    do {
-        ready = poll(&p, 1, iTimeoutMs);
-    } while (ready < 0 && errno == EINTR);
-    if (ready <= 0)
+    if (TEMP_FAILURE_RETRY(poll(&p, 1, iTimeoutMs)) <= 0)
         return false;
     std::vector<char> buf(65536);
-    ssize_t got;
-    do {
-        got = recv(m_fd, buf.data(), buf.size(), 0);
-    } while (got < 0 && errno == EINTR);
+    const ssize_t got = TEMP_FAILURE_RETRY(recv(m_fd, buf.data(), buf.size(), 0));
     if (got <= 0)
         return false;
     oMessage.assign(buf.data(), static_cast<size_t>(got));

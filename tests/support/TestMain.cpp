@@ -3,13 +3,13 @@
 // with a fresh home of its own, holding the trace directory, so its trace lands there, and
 // with a trace configuration of its own at "DebugLevel" 2, the level the tests that read the
 // trace need.
-#include <ftw.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <string>
 
@@ -38,9 +38,9 @@ public:
     }
     // Only the process that made them removes them, not a forked child that exits.
     ~TestHome() {
-        if (getpid() != m_owner || m_dir.empty())
-            return;
-        nftw(m_dir.c_str(), Remove, 16, FTW_DEPTH | FTW_PHYS);
+        std::error_code ignored;
+        if (getpid() == m_owner && !m_dir.empty())
+            std::filesystem::remove_all(m_dir, ignored);
     }
     TestHome(const TestHome&) = delete;
     TestHome& operator=(const TestHome&) = delete;
@@ -48,10 +48,6 @@ public:
     const std::string& Config() const { return m_config; }
 
 private:
-    static int Remove(const char* iPath, const struct stat*, int, struct FTW*) {
-        return remove(iPath);
-    }
-
     pid_t m_owner;
     std::string m_dir;
     std::string m_config;

@@ -1,14 +1,13 @@
-#include <dirent.h>
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <poll.h>
-#include <signal.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdlib>
+#include <filesystem>
 #include <functional>
+#include <iterator>
 #include <string>
 
 #include "apiMgmt/proto/apiMgrMsg.pb.h"
@@ -31,6 +30,18 @@ GPBIPCMsg Request(size_t iXmlSize = 0) {
     return msg;
 }
 
+// The kind of the error a call ends in, with its text in oWhat; -1 when it ends without one.
+template <class Call>
+int ErrorOf(Call iCall, std::string& oWhat) {
+    try {
+        iCall();
+    } catch (const GPBComError& e) {
+        oWhat = e.what();
+        return e.GetKind();
+    }
+    return -1;
+}
+
 bool WriteAll(int iFd, const std::string& iBytes) {
     return send(iFd, iBytes.data(), iBytes.size(), MSG_NOSIGNAL) ==
            static_cast<ssize_t>(iBytes.size());
@@ -41,20 +52,13 @@ std::string ReadToEnd(int iFd) {
     std::string all;
     char buffer[4096];
     ssize_t got;
-    while ((got = read(iFd, buffer, sizeof buffer)) > 0) {
+    while ((got = read(iFd, buffer, sizeof buffer)) > 0)
         all.append(buffer, static_cast<size_t>(got));
-    }
     return all;
 }
 
 size_t OpenDescriptors() {
-    size_t count = 0;
-    DIR* dir = opendir("/proc/self/fd");
-    while (readdir(dir) != nullptr) {
-        ++count;
-    }
-    closedir(dir);
-    return count;
+    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
 }
 
 // A directory of its own for each test's socket, open to every user for the planted one.
@@ -86,15 +90,13 @@ protected:
         ASSERT_GE(child, 0);
         if (child == 0) {
             close(ready[0]);
-            if (iUid != 0 && (setgid(iUid) != 0 || setuid(iUid) != 0)) {
+            if (iUid != 0 && (setgid(iUid) != 0 || setuid(iUid) != 0))
                 _exit(90);
-            }
             int rc = 91;
             try {
                 GPBComServer server(iEndpoint);
-                if (write(ready[1], "r", 1) == 1) {
+                if (write(ready[1], "r", 1) == 1)
                     rc = iServe(server);
-                }
             } catch (const std::exception& e) {
                 fprintf(stderr, "server: %s\n", e.what());
             }
@@ -125,9 +127,8 @@ TEST_F(GPBComSocketTest, RequestAndReplyByteForByte) {
         auto connection = server.Accept(10000);
         std::string got;
         char byte;
-        while (got.size() < kRequestBytes.size() && read(connection->GetFd(), &byte, 1) == 1) {
+        while (got.size() < kRequestBytes.size() && read(connection->GetFd(), &byte, 1) == 1)
             got += byte;
-        }
         return got == kRequestBytes && WriteAll(connection->GetFd(), kReplyBytes) ? 0 : 1;
     });
     GPBIPCMsg reply;
@@ -144,12 +145,10 @@ TEST_F(GPBComSocketTest, EveryFailureOfTheServerEndsInItsError) {
             auto connection = server.Accept(10000);
             GPBIPCMsg request;
             connection->RecvGPBMsg(request);
-            if (!WriteAll(connection->GetFd(), iBytes)) {
+            if (!WriteAll(connection->GetFd(), iBytes))
                 return 1;
-            }
-            if (!iClose) {
+            if (!iClose)
                 ReadToEnd(connection->GetFd());  // until the client gives up
-            }
             return 0;
         };
     };
@@ -177,64 +176,47 @@ TEST_F(GPBComSocketTest, EveryFailureOfTheServerEndsInItsError) {
              connection->RecvGPBMsg(request);
              for (char byte : kReplyBytes) {  // 15 bytes over 4.5 s, past the 1 s allowed
                  usleep(300000);
-                 if (!WriteAll(connection->GetFd(), std::string(1, byte))) {
+                 if (!WriteAll(connection->GetFd(), std::string(1, byte)))
                      return 0;
-                 }
              }
              return 1;
          },
          GPBComError::Timeout, "within 1 s"},
     };
+    std::string what;
+    GPBIPCMsg got;
     for (auto& c : cases) {
         SCOPED_TRACE(c.name);
         Serve(Endpoint(1), c.serve);
-        GPBIPCMsg got;
-        try {
-            GPBComClient(Endpoint(1)).SendReceiveMessage(Request(), got);
-            ADD_FAILURE() << "no error";
-        } catch (const GPBComError& e) {
-            EXPECT_EQ(e.GetKind(), c.kind) << e.what();
-            EXPECT_NE(std::string(e.what()).find(c.said), std::string::npos) << e.what();
-        }
+        EXPECT_EQ(
+            ErrorOf([&] { GPBComClient(Endpoint(1)).SendReceiveMessage(Request(), got); }, what),
+            c.kind)
+            << what;
+        EXPECT_NE(what.find(c.said), std::string::npos) << what;
         EXPECT_EQ(ServerStatus(), 0);
     }
-    try {
-        GPBComClient client(Endpoint());
-        ADD_FAILURE() << "nobody listens";
-    } catch (const GPBComError& e) {
-        EXPECT_EQ(e.GetKind(), GPBComError::Connect) << e.what();
-    }
+    EXPECT_EQ(ErrorOf([&] { GPBComClient client(Endpoint()); }, what), GPBComError::Connect)
+        << "nobody listens";
 }
 
 TEST_F(GPBComSocketTest, OversizeMessagesAreRefusedOnEachSide) {
     // The server refuses a request whose prefix is over its largest, and a reply of its own.
     Serve(Endpoint(5, 64), [](GPBComServer& server) {
-        int rc = 0;
-        for (int i = 0; i < 2; ++i) {
-            auto connection = server.Accept(10000);
-            GPBIPCMsg msg;
-            try {
-                if (i == 0) {
-                    connection->RecvGPBMsg(msg);
-                } else {
-                    connection->SendGPBMsg(Request(100));
-                }
-                rc = 1;
-            } catch (const GPBComError& e) {
-                rc |= e.GetKind() == GPBComError::Oversize ? 0 : 1;
-            }
-        }
-        return rc;
+        std::string what;
+        GPBIPCMsg msg;
+        auto first = server.Accept(10000);
+        const int in = ErrorOf([&] { first->RecvGPBMsg(msg); }, what);
+        auto second = server.Accept(10000);
+        const int out = ErrorOf([&] { second->SendGPBMsg(Request(100)); }, what);
+        return in == GPBComError::Oversize && out == GPBComError::Oversize ? 0 : 1;
     });
     GPBComClient raw(Endpoint());
     ASSERT_TRUE(WriteAll(raw.GetFd(), "\x41"));  // 65 bytes announced, none sent
     GPBIPCMsg got;
-    try {
-        GPBComClient(Endpoint()).ReceiveMessage(got);
-        ADD_FAILURE() << "no error";
-    } catch (const GPBComError& e) {
-        EXPECT_EQ(e.GetKind(), GPBComError::Closed) << e.what();
-    }
+    std::string what;
+    EXPECT_EQ(ErrorOf([&] { GPBComClient(Endpoint()).ReceiveMessage(got); }, what),
+              GPBComError::Closed)
+        << what;
     EXPECT_EQ(ServerStatus(), 0);
 
     // The client refuses a request over its largest before a byte of it leaves.
@@ -242,20 +224,17 @@ TEST_F(GPBComSocketTest, OversizeMessagesAreRefusedOnEachSide) {
         auto connection = server.Accept(10000);
         return ReadToEnd(connection->GetFd()).empty() ? 0 : 1;
     });
-    try {
-        GPBComClient(Endpoint(5, 64)).SendReceiveMessage(Request(100), got);
-        ADD_FAILURE() << "no error";
-    } catch (const GPBComError& e) {
-        EXPECT_EQ(e.GetKind(), GPBComError::Oversize) << e.what();
-    }
+    EXPECT_EQ(
+        ErrorOf([&] { GPBComClient(Endpoint(5, 64)).SendReceiveMessage(Request(100), got); }, what),
+        GPBComError::Oversize)
+        << what;
     EXPECT_EQ(ServerStatus(), 0);
 }
 
 TEST_F(GPBComSocketTest, ASocketPlantedByAnotherUserGetsNothing) {
     if (geteuid() != 0) {
-        if (getenv("CI") != nullptr) {
+        if (getenv("CI") != nullptr)
             FAIL() << "needs root to plant a socket as another user";
-        }
         GTEST_SKIP() << "needs root to plant a socket as another user";
     }
     Serve(
@@ -266,13 +245,10 @@ TEST_F(GPBComSocketTest, ASocketPlantedByAnotherUserGetsNothing) {
         },
         65534);
     GPBIPCMsg got;
-    try {
-        GPBComClient(Endpoint()).SendReceiveMessage(Request(), got);
-        ADD_FAILURE() << "a foreign socket was trusted";
-    } catch (const GPBComError& e) {
-        EXPECT_EQ(e.GetKind(), GPBComError::Untrusted) << e.what();
-        EXPECT_NE(std::string(e.what()).find("served by uid 65534"), std::string::npos) << e.what();
-    }
+    std::string what;
+    EXPECT_EQ(ErrorOf([&] { GPBComClient(Endpoint()).SendReceiveMessage(Request(), got); }, what),
+              GPBComError::Untrusted);
+    EXPECT_NE(what.find("served by uid 65534"), std::string::npos) << what;
     EXPECT_EQ(ServerStatus(), 0);
 }
 

@@ -1,9 +1,8 @@
 // The simulator as a program: its command line and the files it refuses. What it serves is
 // proven through the whole client by the object handler's socket test.
 #include <gtest/gtest.h>
-#include <unistd.h>
 
-#include <cstdio>
+#include <fstream>
 #include <string>
 
 #include "support/CellsimProcess.h"
@@ -49,16 +48,12 @@ TEST(Apimgrsim, CommandLine) {
     ASSERT_TRUE(mkdtemp(dir));
     const std::string ini = std::string(dir) + "/bad.ini";
     for (const auto& r : refused) {
-        FILE* f = fopen(ini.c_str(), "w");
-        ASSERT_TRUE(f);
-        fputs(("[apimgrsim]\nsocket = s\naccess_key_file = k\n" + r.ini).c_str(), f);
-        fclose(f);
+        std::ofstream(ini) << "[apimgrsim]\nsocket = s\naccess_key_file = k\n" + r.ini;
         std::string out;
         EXPECT_EQ(RunSim("--check --config " + ini, out), 2) << r.ini;
         EXPECT_NE(out.find(ini + ": " + r.says), std::string::npos) << out;
     }
-    unlink(ini.c_str());
-    rmdir(dir);
+    RemoveDir(dir);
 }
 
 }  // namespace

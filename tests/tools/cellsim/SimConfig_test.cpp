@@ -4,7 +4,6 @@
 #include "SimConfig.h"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <fstream>
 #include <string>
@@ -14,9 +13,11 @@
 
 namespace {
 
-std::string Parse(const std::string& iText, CSimConfig& oConfig, const std::string& iIf = "") {
+// "" when the text is taken, else the refusal.
+std::string Parse(const std::string& iText) {
+    CSimConfig config;
     std::string error;
-    if (ParseSimConfig(iText, "f.ini", iIf, oConfig, error))
+    if (ParseSimConfig(iText, "f.ini", "", config, error))
         return "";
     return error.empty() ? "<refused without a word>" : error;
 }
@@ -80,8 +81,7 @@ TEST(SimConfig, RefusalsNameFileSectionAndKey) {
         {"[cellsim]\ninterface = ctl0\n", "f.ini: no [controller NAME] section"},
     };
     for (const Case& c : cases) {
-        CSimConfig config;
-        std::string error = Parse(c.text, config);
+        std::string error = Parse(c.text);
         EXPECT_NE(std::string::npos, error.find(c.expected))
             << "file:\n"
             << c.text << "\nexpected: " << c.expected << "\ngot: " << error;
@@ -89,13 +89,12 @@ TEST(SimConfig, RefusalsNameFileSectionAndKey) {
 
     // The limit of a version 5 message holds only where version 5 is spoken: a version 4
     // controller cuts its disk list to one frame instead.
-    CSimConfig config;
-    EXPECT_EQ("", Parse(WithLine("disk_count = 2000\nversions = 4"), config));
+    EXPECT_EQ("", Parse(WithLine("disk_count = 2000\nversions = 4")));
     // 1 + 1 + 16 + 127 x 32 bytes still make a valid port record; 128 ports do not count.
     std::string many = WithLine("fault_domain = id=1");
     for (int i = 0; i < 128; ++i)
         many += "port = fd=1 slot=" + std::to_string(i % 100) + "\n";
-    EXPECT_NE(std::string::npos, Parse(many, config).find("port #128: more than 127 ports"));
+    EXPECT_NE(std::string::npos, Parse(many).find("port #128: more than 127 ports"));
 }
 
 TEST(SimConfig, TheProgramRefusesABadFileWithAClearMessageAndExitStatus) {
@@ -123,6 +122,5 @@ TEST(SimConfig, TheProgramRefusesABadFileWithAClearMessageAndExitStatus) {
         EXPECT_EQ(
             0, RunCommand(sim + " --check --config " CELLSIM_EXAMPLES "/" + example + " 2>&1", err))
             << example << ": " << err;
-    unlink(bad.c_str());
-    rmdir(dir);
+    RemoveDir(dir);
 }

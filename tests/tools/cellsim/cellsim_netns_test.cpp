@@ -4,11 +4,8 @@
 // client decoded and what cellsim's event log says crossed the wire. Disk lists, blink and
 // prejoin are the layer-2 road's network tests' to prove, through the wizard's own exchanges.
 #include <gtest/gtest.h>
-#include <signal.h>
 
 #include <chrono>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <string>
@@ -34,10 +31,9 @@ using Bytes = std::vector<unsigned char>;
 const unsigned char kTemplate[22] = MESSAGE_HEADER_INITIALIZER;
 
 // The real cellsim, started in the controllers' namespace on ctl0.
-class Cellsim : public CellsimProcess {
-public:
-    Cellsim(const NetnsBed& iBed, const std::string& iIni, bool iFromFile = false)
-        : CellsimProcess(CELLSIM_BINARY, iBed.ctl, "ctl0", iIni, iFromFile) {}
+struct Cellsim : CellsimProcess {
+    Cellsim(const NetnsBed& iBed, const std::string& iIni)
+        : CellsimProcess(CELLSIM_BINARY, iBed.ctl, "ctl0", iIni) {}
 };
 
 // The wizard's end: our packet device on wiz0 and the message layer.
@@ -77,11 +73,8 @@ public:
     // not compared. -1 when none came.
     int SetupStatus(int iSeconds) {
         std::shared_ptr<SETUPResponse> resp;
-        if (m_handler.ReadSetupResponseMessage(*m_device, resp, iSeconds) !=
-                SetupAPIMessageHandler::READ_SUCCESS ||
-            !resp)
-            return -1;
-        return resp->m_status;
+        const auto read = m_handler.ReadSetupResponseMessage(*m_device, resp, iSeconds);
+        return read == SetupAPIMessageHandler::READ_SUCCESS && resp ? resp->m_status : -1;
     }
 
 private:
@@ -172,8 +165,8 @@ TEST_F(CellsimNetns, HelloInBothVersionsCarriesEveryField) {
             {&h->BMCIPv4Netmask, "255.255.255.128"}};
         for (const auto& a : addresses)
             EXPECT_EQ(a.second, GetIpAddressStr(*a.first));
-        EXPECT_EQ(0u, h->PublicKey.find("-----BEGIN RSA PUBLIC KEY-----"));
-        EXPECT_EQ(h->PublicKey.size(), h->PublicKeyLength);
+        EXPECT_EQ(Fields(h->PublicKey.find("-----BEGIN RSA PUBLIC KEY-----"), h->PublicKeyLength),
+                  Fields(0, h->PublicKey.size()));
         ASSERT_EQ(1, h->mReader.GetNumberOfControllers());
         CONTROLLERPortDataReader* ctl = h->mReader.GetController(0);
         ASSERT_TRUE(ctl);
@@ -191,16 +184,14 @@ TEST_F(CellsimNetns, HelloInBothVersionsCarriesEveryField) {
     auto events = sim.Events();
     auto rx = EventsOf(events, "rx", "HELLO_REQ");
     auto tx = EventsOf(events, "tx", "HELLO_RSP");
-    ASSERT_EQ(2u, rx.size());
-    ASSERT_EQ(2u, tx.size());
-    EXPECT_EQ("01:09:8a:00:00:01", (*rx[0]).at("dst").get<std::string>());
-    EXPECT_EQ("en_US", EntryValue(*rx[1], "LOCALIZATION_PARAMETER").get<std::string>());
-    EXPECT_EQ("02:ce:5e:00:00:01", (*tx[1]).at("src").get<std::string>());
-    EXPECT_EQ(MacText(client.Mac()), (*tx[1]).at("dst").get<std::string>());
-    EXPECT_EQ(1492, (*tx[0]).at("frames").at(0).at("wire").get<long long>());
-    EXPECT_EQ("10.9.0.5", EntryValue(*tx[0], "IPV4_MANAGEMENT_IP_ADDRESS").get<std::string>());
-    EXPECT_EQ("stop", events.back().at("event").get<std::string>());
-    EXPECT_EQ("SIGTERM", events.back().at("reason").get<std::string>());
+    ASSERT_EQ(Fields(rx.size(), tx.size()), "2|2");
+    EXPECT_EQ(Fields(Column(rx, "dst"), JsonText(EntryValue(*rx[1], "LOCALIZATION_PARAMETER"))),
+              "01:09:8a:00:00:01|01:09:8a:00:00:01|en_US");
+    EXPECT_EQ(Row(*tx[1], {"src", "dst"}), "02:ce:5e:00:00:01|" + MacText(client.Mac()));
+    EXPECT_EQ(Fields(JsonText(tx[0]->at("frames").at(0).at("wire")),
+                     JsonText(EntryValue(*tx[0], "IPV4_MANAGEMENT_IP_ADDRESS"))),
+              "1492|10.9.0.5");
+    EXPECT_EQ(Row(events.back(), {"event", "reason"}), "stop|SIGTERM");
     EXPECT_NE(std::string::npos, sim.Stdout().find("HELLO_REQ v5 from " + MacText(client.Mac())));
 }
 
@@ -269,9 +260,8 @@ TEST_F(CellsimNetns, SetupWithThePasswordFromTheHelloKeyChangesWhatTheCellAnswer
     auto rx = EventsOf(events, "rx", "SETUP_REQ");
     ASSERT_EQ(1u, rx.size());
     // The port tree as the simulator decodes it (the road's requests carry none).
-    const Json& tree2 = EntryValue(*rx[0], "PORT_CONFIG_DATA");
     EXPECT_EQ("10.40.1.13",
-              tree2.at(Json::json_pointer("/controllers/0/fault_domains/0/ports/0/ip"))
-                  .get<std::string>());
+              JsonText(EntryValue(*rx[0], "PORT_CONFIG_DATA")
+                           .at(Json::json_pointer("/controllers/0/fault_domains/0/ports/0/ip"))));
     EXPECT_NE(std::string::npos, sim.Stdout().find("password ok"));
 }

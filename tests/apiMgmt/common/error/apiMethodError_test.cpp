@@ -22,8 +22,7 @@ TEST(APIMethodErrorTest, LogMessageFormsFollowTheCode) {
     APIMethodError fromStatus(status, "f.cpp", 9);
     EXPECT_EQ(fromStatus.GetLogMessage(),
               "Error code[1], extErrorCode[3000000000:-7], Summary[first]");
-    EXPECT_EQ(fromStatus.GetMessage(), "first");
-    EXPECT_EQ(fromStatus.GetErrorReasonMsg(), "cause");
+    EXPECT_EQ(fromStatus.GetMessage() + "|" + fromStatus.GetErrorReasonMsg(), "first|cause");
     std::ostringstream out;
     out << fromStatus;
     EXPECT_EQ(out.str(), fromStatus.GetLogMessage());
@@ -61,8 +60,8 @@ TEST(SCResponseStatusTest, SummaryAndDetailFallBack) {
         status.errorCode = c.code;
         status.errorMsgs = c.msgs;
         status.errorSummaryMsg = c.summary;
-        EXPECT_EQ(status.GetDetailErrorMsg(), c.wantDetail);
-        EXPECT_EQ(status.GetSummaryErrorMsg(), c.wantSummary);
+        EXPECT_EQ(status.GetDetailErrorMsg() + "|" + status.GetSummaryErrorMsg(),
+                  std::string(c.wantDetail) + "|" + c.wantSummary);
     }
 }
 

@@ -6,6 +6,7 @@
 #include <mutex>
 
 #include "apiMgmt/common/logs/logTask.h"
+#include "support/Fields.h"
 
 namespace {
 
@@ -68,9 +69,9 @@ TEST_F(APPLoggerTest, ModuleMaskFromTextAndCategories) {
         unsigned int mask;
         const char* category;
         bool passes;
-    } categories[] = {{0x10, "cmdxml", true},          {0x01, "CmdXML", false},
-                      {0x01, "ApiMgmtBaseTask", true}, {0x00, "ApiMgmtBaseTask", false},
-                      {0x02, "all", true},             {0x13, "SCTask", false}};
+    } categories[] = {
+        {0x10, "cmdxml", true},           {0x01, "CmdXML", false}, {0x01, "ApiMgmtBaseTask", true},
+        {0x00, "ApiMgmtBaseTask", false}, {0x02, "all", true},     {0x13, "SCTask", false}};
     for (const auto& c : categories) {
         APPLogger::SetLogModuleMask(c.mask);
         EXPECT_EQ(APPLogger::CheckCategory(c.category), c.passes) << c.category << c.mask;
@@ -91,12 +92,10 @@ TEST_F(APPLoggerTest, StatementsAreSilentWithoutATaskOrBelowTheLevel) {
     EXPECT_EQ(evaluated, 1);
     record.WaitFor([&] { return record.lines.size() == 1; });
     const LOGMsg& line = record.lines[0];
-    EXPECT_EQ(line.level, LOGLevel_Warning);
-    EXPECT_EQ(line.message, "value 1");
-    EXPECT_EQ(line.category, "SCObject");
-    EXPECT_EQ(line.fnName, "TestBody");
-    EXPECT_NE(line.fileName.find("appLogger_test.cpp"), std::string::npos);
-    EXPECT_GT(line.lineNo, 0);
+    EXPECT_EQ(
+        Fields(line.level == LOGLevel_Warning, line.message, line.category, line.fnName,
+               line.fileName.find("appLogger_test.cpp") != std::string::npos, line.lineNo > 0),
+        "1|value 1|SCObject|TestBody|1|1");
     { APPLogger shutdown; }  // before the record the sink writes to goes
 }
 
@@ -112,9 +111,8 @@ TEST_F(APPLoggerTest, TaskDeliversInOrderAndStopsAtTheExitLine) {
     EXPECT_EQ(APPLogger::GetLogTask(), task);
     second.AddLogMsg(LOGMsg(LOGLevel_Error, "c", "never started"));
 
-    for (int i = 0; i < 200; ++i) {
+    for (int i = 0; i < 200; ++i)
         m_LOG_ERROR(LOG_CAT_APIMGR, "line %d", i);
-    }
     task->AddLogMsg(LOGMsg(LOG_TASK_EXIT, "c", "exit"));
     task->AddLogMsg(LOGMsg(LOGLevel_Error, "c", "after exit"));
     record.WaitFor([&] { return record.lines.size() == 200; });
@@ -122,9 +120,8 @@ TEST_F(APPLoggerTest, TaskDeliversInOrderAndStopsAtTheExitLine) {
     EXPECT_EQ(APPLogger::GetLogTask(), nullptr);
     EXPECT_TRUE(record.sinkGone);
     ASSERT_EQ(record.lines.size(), 200u);
-    for (int i = 0; i < 200; ++i) {
+    for (int i = 0; i < 200; ++i)
         EXPECT_EQ(record.lines[i].message, "line " + std::to_string(i));
-    }
     EXPECT_TRUE(other.lines.empty());
 }
 

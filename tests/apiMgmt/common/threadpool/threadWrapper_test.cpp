@@ -4,7 +4,6 @@
 
 #include <atomic>
 #include <cerrno>
-#include <cstring>
 #include <future>
 
 #include "apiMgmt/common/error/generalError.h"
@@ -52,8 +51,7 @@ TEST(THREADWrapperTest, StartsOneNamedThreadInItsLife) {
     }
     THREADWrapper none;
     EXPECT_EQ(none.Run("x", nullptr, nullptr), -1);
-    EXPECT_EQ(none.GetName(), "");
-    EXPECT_EQ(none.GetTaskIdentifier(), pthread_t());
+    EXPECT_TRUE(none.GetName().empty() && none.GetTaskIdentifier() == pthread_t());
 }
 
 TEST(SCOPEDMutexTest, AFailedLockThrowsTheCodeAndReleasesNothing) {

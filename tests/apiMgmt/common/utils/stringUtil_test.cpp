@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "apiMgmt/common/utils/generalUtils.h"
+#include "support/Fields.h"
 
 namespace {
 
@@ -79,17 +80,13 @@ TEST(STRINGUtilTest, FormatStrTakesASecondPassFromTheHundredthCharacter) {
 }
 
 TEST(STRINGUtilTest, ReplaceAndTrim) {
-    std::string text = "a-b--c";
+    std::string text = "a-b--c", there, blanks = " \f\n\r\t\v", padded = "\t a b \n";
     STRINGUtil::ReplaceAll(text, "-", "&hy&");
-    EXPECT_EQ(text, "a&hy&b&hy&&hy&c");
+    there = text;
     STRINGUtil::ReplaceAll(text, "&hy&", "-");
-    EXPECT_EQ(text, "a-b--c");
-    std::string blanks = " \f\n\r\t\v";
     STRINGUtil::Trim(blanks);
-    EXPECT_EQ(blanks, "");
-    std::string padded = "\t a b \n";
     STRINGUtil::Trim(padded);
-    EXPECT_EQ(padded, "a b");
+    EXPECT_EQ(Fields(there, text, blanks, padded), "a&hy&b&hy&&hy&c|a-b--c||a b");
 }
 
 TEST(STRINGUtilTest, ParseIpV6AddressReadsThePrefix) {
@@ -110,9 +107,8 @@ TEST(STRINGUtilTest, ParseIpV6AddressReadsThePrefix) {
     for (const auto& c : cases) {
         std::string address = "stale";
         int prefix = 7;
-        EXPECT_EQ(STRINGUtil::ParseIpV6Address(c.text, address, prefix), c.ok) << c.text;
-        EXPECT_EQ(address, c.address) << c.text;
-        EXPECT_EQ(prefix, c.prefix) << c.text;
+        const bool ok = STRINGUtil::ParseIpV6Address(c.text, address, prefix);
+        EXPECT_EQ(Fields(ok, address, prefix), Fields(c.ok, c.address, c.prefix)) << c.text;
     }
 }
 
@@ -126,10 +122,10 @@ TEST(GENERALUtilsTest, EndpointsOfThePeers) {
                  {Endpoint_SNMPSubagent, "/tmp/snmpsubagent.sock", 2097152}};
     for (const auto& c : cases) {
         const GPBComEndpoint& endpoint = GENERALUtils::GetEndpoint(c.which);
-        EXPECT_EQ(endpoint.GetDescription(), c.path);
-        EXPECT_EQ(endpoint.GetRecvTimeout(), 900);
-        EXPECT_EQ(endpoint.GetMaxMsgSize(), c.largest);
-        EXPECT_EQ(&endpoint, &GENERALUtils::GetEndpoint(c.which));
+        EXPECT_EQ(
+            Fields(endpoint.GetDescription(), endpoint.GetRecvTimeout(), endpoint.GetMaxMsgSize(),
+                   &endpoint == &GENERALUtils::GetEndpoint(c.which)),
+            Fields(c.path, 900, c.largest, true));
     }
     try {
         GENERALUtils::GetEndpoint(static_cast<APIEndpoint>(3));

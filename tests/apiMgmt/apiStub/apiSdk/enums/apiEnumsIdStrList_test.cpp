@@ -2,14 +2,15 @@
 
 #include <gtest/gtest.h>
 
+#include "support/Fields.h"
+
 namespace {
 
 TEST(APIEnumsIDStrListTest, TablesFollowTheEnumerators) {
     ASSERT_EQ(APIEnumsIDStrList::gErrorStateEnumCount, 46);
     const ENUMIDStrItem& invalid = APIEnumsIDStrList::gErrorStateEnumIdStrList[24];
-    EXPECT_EQ(invalid.idVal, 25);
-    EXPECT_EQ(invalid.strVal, "InvalidValue");
-    EXPECT_EQ(invalid.displayStr, "Invalid Value");
+    EXPECT_EQ(Fields(invalid.idVal, invalid.strVal, invalid.displayStr),
+              "25|InvalidValue|Invalid Value");
     EXPECT_EQ(APIEnumsIDStrList::gErrorStateEnumIdStrList[45].strVal, "ConnectionRefused");
     EXPECT_EQ(APIEnumsIDStrList::gStorageCellOperationModeEnumIdStrList[3].displayStr,
               "Pre Production");
@@ -33,9 +34,8 @@ TEST(APIEnumsIDStrListTest, MacrosMatchByNumberAndByText) {
         {"Pre Production", StorageCellOperationModeEnum_UnKnownOrInvalid},
         {"99999999999", StorageCellOperationModeEnum_UnKnownOrInvalid},
     };
-    for (const auto& c : cases) {
+    for (const auto& c : cases)
         EXPECT_EQ(m_GET_ENUMVAL(StorageCellOperationModeEnum, c.text), c.mode) << c.text;
-    }
     EXPECT_EQ(m_GET_ENUMVAL(AlertCategoryEnum, "1"), AlertCategoryEnum_UnKnownOrInvalid);
 
     std::string text = "kept";

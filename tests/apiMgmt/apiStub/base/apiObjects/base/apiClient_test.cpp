@@ -10,7 +10,7 @@
 #include "apiMgmt/apiStub/base/apiObjects/base/baseApiMethodReturn.h"
 #include "apiMgmt/common/error/apiMethodError.h"
 #include "apiMgmt/proto/apiMgrMsg.pb.h"
-#include "platform/expatwrapper/xmlParser.h"
+#include "support/Fields.h"
 
 namespace {
 
@@ -135,11 +135,9 @@ TEST(ApiReply, EveryRowOfTheTable) {
     for (const auto& f : failures) {
         std::unique_ptr<BASEApiMethodReturn> r(m.ProcessResponse(f.reply));
         ASSERT_TRUE(r) << f.detail;
-        EXPECT_FALSE(r->GetSuccessful());
-        EXPECT_EQ(r->GetErrorCode(), ErrorStateEnum_ParsingError);
-        EXPECT_EQ(r->GetError(), f.error);
-        EXPECT_EQ(r->GetLocalizedError(), f.error);
-        EXPECT_EQ(r->GetErrorDetail(), f.detail);
+        EXPECT_EQ(Fields(r->GetSuccessful(), r->GetErrorCode() == ErrorStateEnum_ParsingError,
+                         r->GetError(), r->GetLocalizedError(), r->GetErrorDetail()),
+                  Fields(false, true, f.error, f.error, f.detail));
     }
     // The two null results: another root, and a success without a return element.
     EXPECT_EQ(m.ProcessResponse(Reply("<QuillApi>" + std::string(kOk) + "</QuillApi>")), nullptr);
@@ -182,8 +180,7 @@ TEST(ApiReply, EveryRowOfTheTable) {
                   "<ReturnObjectArray><ScController><Name>a</Name></ScController><X/>"
                   "<ScController><Name>b</Name></ScController></ReturnObjectArray>"))));
     COMPObjectMethodReturn* many = dynamic_cast<COMPObjectMethodReturn*>(r.get());
-    ASSERT_TRUE(many);
-    ASSERT_EQ(many->GetObjects().size(), 2u);
+    ASSERT_TRUE(many && many->GetObjects().size() == 2u);
     EXPECT_EQ(many->GetObject(), nullptr);
     EXPECT_EQ(static_cast<APIScController*>(many->GetObjects()[1])->GetName(), "b");
 }

@@ -8,13 +8,16 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
+#include <functional>
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "LSWConfig4/setupMessage.h"
 #include "LSWConfig4/unix/Adapter.h"
+#include "support/CellsimProcess.h"
+#include "support/Fields.h"
 #include "support/Mac.h"
 #include "support/NetnsPeer.h"
 #include "zelutil/ZelClock.h"
@@ -47,55 +50,31 @@ Bytes MakeFrame(const unsigned char* iDhost, const unsigned char* iShost, uint16
     return f;
 }
 
-uint16_t MarkerOf(const Bytes& iFrame, size_t iPayloadAt = 22) {
-    if (iFrame.size() < iPayloadAt + 10)
-        return 0xFFFF;
-    return static_cast<uint16_t>((iFrame[iPayloadAt + 8] << 8) | iFrame[iPayloadAt + 9]);
+uint16_t MarkerOf(const Bytes& iFrame) {
+    return iFrame.size() < 32 ? 0xFFFF : static_cast<uint16_t>((iFrame[30] << 8) | iFrame[31]);
 }
-
-// The kernel's own word on an interface's address, to hold GetMACAddrString against.
-std::string SysfsMac(const std::string& iIfName) {
-    std::ifstream in("/sys/class/net/" + iIfName + "/address");
-    std::string text;
-    std::getline(in, text);
-    return text;
-}
-
-// What the tracer writes to its file from the moment of construction on.
-class TraceTail {
-public:
-    TraceTail() : m_path(g_Tracer.LogFileName() ? g_Tracer.LogFileName() : "") {
-        std::ifstream in(m_path, std::ios::binary | std::ios::ate);
-        m_start = in ? static_cast<std::streamoff>(in.tellg()) : 0;
-    }
-    bool Usable() const { return !m_path.empty() && g_Tracer.CheckLevel(ZEL_OUTPUT_DEBUG_PRINT); }
-    std::string Text() const {
-        std::ifstream in(m_path, std::ios::binary);
-        in.seekg(m_start);
-        return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-    }
-
-private:
-    std::string m_path;
-    std::streamoff m_start = 0;
-};
 
 bool Has(const std::string& iText, const std::string& iPart) {
     return iText.find(iPart) != std::string::npos;
 }
 
-// One Read as the peer reports it: the result, then the whole receive buffer.
-std::string EncodeRead(int iResult, const Bytes& iBuf) {
-    std::string m(reinterpret_cast<const char*>(&iResult), sizeof(iResult));
-    m.append(reinterpret_cast<const char*>(iBuf.data()), iBuf.size());
-    return m;
+// One Read of iCount bytes on the controller's side, reported to the parent: the result, then
+// the whole receive buffer, which was 0xEE before the read.
+bool ReportRead(NetnsPeer& ioSelf, CL2& ioDevice, uint32_t iCount) {
+    Bytes buf(1600, 0xEE);
+    int r = ioDevice.Read(buf.data(), iCount, 5);
+    return ioSelf.Send(std::string(reinterpret_cast<const char*>(&r), sizeof r) +
+                       std::string(buf.begin(), buf.end()));
 }
-bool DecodeRead(const std::string& iMsg, int& oResult, Bytes& oBuf) {
-    if (iMsg.size() < sizeof(int))
-        return false;
-    memcpy(&oResult, iMsg.data(), sizeof(int));
-    oBuf.assign(iMsg.begin() + sizeof(int), iMsg.end());
-    return true;
+// The parent's side of it: the result (-2 when no report came) and the buffer.
+int ReadReported(NetnsPeer& ioPeer, Bytes& oBuf) {
+    std::string m;
+    int r = -2;
+    if (!ioPeer.Receive(m, kPeerWaitMs) || m.size() < sizeof r)
+        return r;
+    memcpy(&r, m.data(), sizeof r);
+    oBuf.assign(m.begin() + sizeof r, m.end());
+    return r;
 }
 
 // Moves one second further at every reading, so the deadline of Read is crossed by counting
@@ -117,10 +96,31 @@ protected:
         ASSERT_TRUE(MacOf("wiz0", m_wizMac)) << "wiz0 has no MAC address";
     }
 
-    // Runs a shell command in this namespace; the test fails if it does.
-    void Sh(const std::string& iCommand) { ASSERT_EQ(0, system(iCommand.c_str())) << iCommand; }
+    // The controller writes the frames iMake makes from its own MAC once the wizard's device,
+    // filtered as an exchange sets it up and returned here, listens on wiz0.
+    std::unique_ptr<CL2> FramesFromTheController(
+        std::function<std::vector<Bytes>(const unsigned char*)> iMake) {
+        m_peer = std::make_unique<NetnsPeer>(m_bed.ctl, [iMake](NetnsPeer& self) {
+            unsigned char mac[6];
+            std::string go;
+            std::unique_ptr<CL2> ctl(MacOf("ctl0", mac) ? CL2::GetInterface(mac, "ctl0") : nullptr);
+            if (!ctl || !self.Send("ready") || !self.Receive(go, kPeerWaitMs))
+                return 1;
+            for (const Bytes& f : iMake(mac))
+                if (ctl->Write(f.data(), static_cast<uint32_t>(f.size())) < 0)
+                    return 2;
+            return 0;
+        });
+        std::unique_ptr<CL2> wiz(CL2::GetInterface(m_wizMac, "wiz0"));
+        std::string ready;
+        if (wiz)
+            wiz->setfilter(kMcast, kSnap);
+        EXPECT_TRUE(wiz && m_peer->Receive(ready, kPeerWaitMs) && m_peer->Send("go"));
+        return wiz;
+    }
 
     NetnsBed m_bed;
+    std::unique_ptr<NetnsPeer> m_peer;
     unsigned char m_wizMac[6] = {};
 };
 
@@ -142,35 +142,32 @@ TEST_F(L2Netns, AdapterListKeepsLibpcapOrderAndLeavesOutWhatCannotCarryFrames) {
             (void)!system("ip tuntap del dev tun8 mode tun 2>/dev/null");
         }
     } extra;
-    Sh("ip link add aux0 type veth peer name tmpv0 && ip link set tmpv0 name hello0 && "
-       "ip link set aux0 up && ip link set hello0 up && "
-       "ip tuntap add dev tun7 mode tun && ip link set tun7 up && "
-       "ip tuntap add dev tun8 mode tun && ip addr add 127.0.0.8/32 dev tun8");
+    const char* make =
+        ("ip link add aux0 type veth peer name tmpv0 && ip link set tmpv0 name hello0 && "
+         "ip link set aux0 up && ip link set hello0 up && "
+         "ip tuntap add dev tun7 mode tun && ip link set tun7 up && "
+         "ip tuntap add dev tun8 mode tun && ip addr add 127.0.0.8/32 dev tun8");
+    ASSERT_EQ(0, system(make)) << make;
 
     // Each left-out case is really in libpcap's list, so the rules, not chance, drop them.
     char errbuf[PCAP_ERRBUF_SIZE];
     pcap_if_t* all = nullptr;
     ASSERT_EQ(0, pcap_findalldevs(&all, errbuf)) << errbuf;
     std::vector<std::string> pcapOrder;
-    bool sawLo = false, sawHello = false, sawTun = false, sawTunAddr = false;
+    std::map<std::string, std::string> listed;
     for (pcap_if_t* d = all; d; d = d->next) {
-        std::string name = d->name;
-        if (name == "lo")
-            sawLo = d->addresses != nullptr;
-        if (name == "hello0")
-            sawHello = d->addresses != nullptr;
-        if (name == "tun7")
-            sawTun = d->addresses == nullptr;
-        if (name == "tun8")
-            sawTunAddr = d->addresses != nullptr;
+        const std::string name = d->name;
+        listed[name] = d->addresses ? "addressed" : "bare";
         if (name.rfind("wiz", 0) == 0 || name == "aux0")
             pcapOrder.push_back(name);
     }
     pcap_freealldevs(all);
-    ASSERT_TRUE(sawLo && sawHello && sawTun && sawTunAddr)
-        << "lo, hello0 and tun8 with addresses, tun7 without";
+    ASSERT_EQ(Fields(listed["lo"], listed["hello0"], listed["tun7"], listed["tun8"]),
+              "addressed|addressed|bare|addressed");
 
-    TraceTail trace;
+    // What the tracer writes from here on.
+    const std::string tracePath = g_Tracer.LogFileName() ? g_Tracer.LogFileName() : "";
+    const size_t traceStart = FileText(tracePath).size();
     CZelAdapter* head = CZelAdapter::GetAll();
     std::unique_ptr<CZelAdapter, void (*)(CZelAdapter*)> owner(head, &CZelAdapter::FreeList);
     std::vector<std::string> names;
@@ -178,7 +175,9 @@ TEST_F(L2Netns, AdapterListKeepsLibpcapOrderAndLeavesOutWhatCannotCarryFrames) {
         names.push_back(a->m_msname);
         EXPECT_STREQ(a->m_msname, a->m_pcapname);
         EXPECT_STREQ("", a->m_description);
-        EXPECT_EQ(SysfsMac(a->m_msname), MacText(a->m_addr)) << a->m_msname;
+        // The kernel's own word on the address.
+        EXPECT_EQ(FileText(std::string("/sys/class/net/") + a->m_msname + "/address"),
+                  MacText(a->m_addr) + "\n");
     }
     std::vector<std::string> expected;
     for (int i = 0; i < m_bed.pairs; ++i)
@@ -192,17 +191,17 @@ TEST_F(L2Netns, AdapterListKeepsLibpcapOrderAndLeavesOutWhatCannotCarryFrames) {
 
     // The trace tells the two ways out apart: no address is dropped without a word, an
     // address without a MAC is reported.
-    ASSERT_TRUE(trace.Usable()) << "the tracer must write its file at level 2 for this test";
-    std::string t = trace.Text();
-    EXPECT_TRUE(Has(t, "Starting pcap calls to find the list of interfaces"));
+    ASSERT_TRUE(!tracePath.empty() && g_Tracer.CheckLevel(ZEL_OUTPUT_DEBUG_PRINT))
+        << "the tracer must write its file at level 2 for this test";
+    const std::string t = FileText(tracePath).substr(traceStart);
     for (CZelAdapter* a = head; a; a = a->m_next)
         EXPECT_TRUE(Has(
             t, std::string("ifr name (") + a->m_msname + "), macaddr (" + MacText(a->m_addr) + ")"))
             << a->m_msname;
-    EXPECT_TRUE(Has(t, "Failed to find MAC Address for tun8"));
-    EXPECT_FALSE(Has(t, "tun7"));
-    EXPECT_FALSE(Has(t, "hello0"));
-    EXPECT_FALSE(Has(t, "(lo)"));
+    EXPECT_EQ(Fields(Has(t, "Starting pcap calls to find the list of interfaces"),
+                     Has(t, "Failed to find MAC Address for tun8"), Has(t, "tun7"),
+                     Has(t, "hello0"), Has(t, "(lo)")),
+              "1|1|0|0|0");
 }
 
 TEST_F(L2Netns, OnlyFramesOfOursReachTheController) {
@@ -210,25 +209,18 @@ TEST_F(L2Netns, OnlyFramesOfOursReachTheController) {
     // unfiltered (promiscuous, as a simulator opens it), both reading the same frames.
     NetnsPeer peer(m_bed.ctl, [](NetnsPeer& self) {
         unsigned char mac[6];
-        if (!MacOf("ctl0", mac))
-            return 1;
-        std::unique_ptr<CL2> filtered(CL2::GetInterface(mac, "ctl0"));
-        std::unique_ptr<CL2> unfiltered(CL2::GetInterface(mac, "ctl0", true));
-        if (!filtered || !unfiltered)
+        std::unique_ptr<CL2> filtered(MacOf("ctl0", mac) ? CL2::GetInterface(mac, "ctl0")
+                                                         : nullptr);
+        std::unique_ptr<CL2> unfiltered(filtered ? CL2::GetInterface(mac, "ctl0", true) : nullptr);
+        if (!unfiltered)
             return 2;
         filtered->setfilter(kMcast, kSnap);
         self.Send(mac, sizeof(mac));
-
-        Bytes buf(1600, 0xEE);
-        int r = filtered->Read(buf.data(), static_cast<uint32_t>(buf.size()), 5);
-        self.Send(EncodeRead(r, buf));
-        buf.assign(1600, 0xEE);
-        r = filtered->Read(buf.data(), 40, 5);  // a frame longer than the count
-        self.Send(EncodeRead(r, buf));
-        buf.assign(1600, 0xEE);
-        r = unfiltered->Read(buf.data(), static_cast<uint32_t>(buf.size()), 5);
-        self.Send(EncodeRead(r, buf));
-        return 0;
+        // The second read is of a frame longer than its count.
+        return ReportRead(self, *filtered, 1600) && ReportRead(self, *filtered, 40) &&
+                       ReportRead(self, *unfiltered, 1600)
+                   ? 0
+                   : 3;
     });
     ASSERT_TRUE(peer.Started());
     std::unique_ptr<CL2> wiz(CL2::GetInterface(m_wizMac, "wiz0"));
@@ -246,8 +238,7 @@ TEST_F(L2Netns, OnlyFramesOfOursReachTheController) {
     shortFrame.pop_back();  // 33 bytes
     // Tagged: 81 00 and a TCI between shost and length, so the SNAP header sits at 18.
     Bytes tagged = MakeFrame(nullptr, m_wizMac, 34, 4);
-    const unsigned char tag[4] = {0x81, 0x00, 0x00, 0x05};
-    tagged.insert(tagged.begin() + 12, tag, tag + 4);
+    tagged.insert(tagged.begin() + 12, {0x81, 0x00, 0x00, 0x05});
     Bytes multicast = MakeFrame(nullptr, m_wizMac, 0, 5);  // 34 bytes: the least accepted
     Bytes zeroSnap = MakeFrame(ctlMac, m_wizMac, 0, 6);
     memset(zeroSnap.data() + 14, 0, 8);
@@ -260,57 +251,31 @@ TEST_F(L2Netns, OnlyFramesOfOursReachTheController) {
         ASSERT_EQ(static_cast<int>(f->size()),
                   wiz->Write(f->data(), static_cast<uint32_t>(f->size())));
 
-    int result = 0;
     Bytes got;
     // Filtered, first read: the multicast frame, whole, and nothing beyond it touched.
-    ASSERT_TRUE(peer.Receive(msg, kPeerWaitMs));
-    ASSERT_TRUE(DecodeRead(msg, result, got));
-    ASSERT_EQ(34, result);
+    ASSERT_EQ(34, ReadReported(peer, got));
     EXPECT_EQ(multicast, Bytes(got.begin(), got.begin() + 34));
     EXPECT_EQ(0xEE, got[34]);
     // Second read: the unicast frame to the controller, copied up to the count only, with
     // its full length returned.
-    ASSERT_TRUE(peer.Receive(msg, kPeerWaitMs));
-    ASSERT_TRUE(DecodeRead(msg, result, got));
-    ASSERT_EQ(68, result);
+    ASSERT_EQ(68, ReadReported(peer, got));
     EXPECT_EQ(Bytes(unicast.begin(), unicast.begin() + 40), Bytes(got.begin(), got.begin() + 40));
     EXPECT_EQ(0xEE, got[40]);
     // Unfiltered, the filter is all zeros: only a frame with eight zero bytes at 14 passes.
-    ASSERT_TRUE(peer.Receive(msg, kPeerWaitMs));
-    ASSERT_TRUE(DecodeRead(msg, result, got));
-    ASSERT_EQ(34, result);
+    ASSERT_EQ(34, ReadReported(peer, got));
     EXPECT_EQ(zeroSnap, Bytes(got.begin(), got.begin() + 34));
     EXPECT_EQ(0, peer.Wait(kPeerWaitMs));
 }
 
 TEST_F(L2Netns, DeadlineCountsSkippedFramesAndLosesALateOneOfOurs) {
     const unsigned char* wizMac = m_wizMac;
-    NetnsPeer peer(m_bed.ctl, [wizMac](NetnsPeer& self) {
-        unsigned char mac[6];
-        if (!MacOf("ctl0", mac))
-            return 1;
-        std::unique_ptr<CL2> ctl(CL2::GetInterface(mac, "ctl0"));
-        if (!ctl)
-            return 2;
-        std::string go;
-        if (!self.Send("ready") || !self.Receive(go, kPeerWaitMs))
-            return 3;
-        const Bytes frames[] = {MakeFrame(kStranger, mac, 34, 1), MakeFrame(kStranger, mac, 34, 2),
-                                MakeFrame(wizMac, mac, 34, 3), MakeFrame(wizMac, mac, 34, 4),
-                                MakeFrame(nullptr, mac, 34, 5)};
-        for (const Bytes& f : frames)
-            if (ctl->Write(f.data(), static_cast<uint32_t>(f.size())) < 0)
-                return 4;
-        return 0;
+    auto wiz = FramesFromTheController([wizMac](const unsigned char* iMac) {
+        return std::vector<Bytes>{MakeFrame(kStranger, iMac, 34, 1),
+                                  MakeFrame(kStranger, iMac, 34, 2), MakeFrame(wizMac, iMac, 34, 3),
+                                  MakeFrame(wizMac, iMac, 34, 4), MakeFrame(nullptr, iMac, 34, 5)};
     });
-    ASSERT_TRUE(peer.Started());
-    std::unique_ptr<CL2> wiz(CL2::GetInterface(m_wizMac, "wiz0"));
-    ASSERT_NE(nullptr, wiz);
-    wiz->setfilter(kMcast, kSnap);
-    std::string msg;
-    ASSERT_TRUE(peer.Receive(msg, kPeerWaitMs));
-    ASSERT_TRUE(peer.Send("go"));
-    ASSERT_EQ(0, peer.Wait(kPeerWaitMs));
+    ASSERT_TRUE(wiz);
+    ASSERT_EQ(0, m_peer->Wait(kPeerWaitMs));
 
     SteppingClock clock;
     Bytes buf(1600, 0);
@@ -326,30 +291,14 @@ TEST_F(L2Netns, DeadlineCountsSkippedFramesAndLosesALateOneOfOurs) {
 TEST_F(L2Netns, BurstOfFiveHundredFramesArrivesWhole) {
     const int kFrames = 500;
     const unsigned char* wizMac = m_wizMac;
-    NetnsPeer peer(m_bed.ctl, [wizMac](NetnsPeer& self) {
-        unsigned char mac[6];
-        if (!MacOf("ctl0", mac))
-            return 1;
-        std::unique_ptr<CL2> ctl(CL2::GetInterface(mac, "ctl0"));
-        if (!ctl)
-            return 2;
-        std::string go;
-        if (!self.Send("ready") || !self.Receive(go, kPeerWaitMs))
-            return 3;
-        for (int i = 0; i < kFrames; ++i) {
-            Bytes f = MakeFrame(wizMac, mac, TARGET_PAYLOAD_SIZE, static_cast<uint16_t>(i));
-            if (ctl->Write(f.data(), static_cast<uint32_t>(f.size())) < 0)
-                return 4;
-        }
-        return 0;
+    auto wiz = FramesFromTheController([wizMac](const unsigned char* iMac) {
+        std::vector<Bytes> frames;
+        for (int i = 0; i < kFrames; ++i)
+            frames.push_back(
+                MakeFrame(wizMac, iMac, TARGET_PAYLOAD_SIZE, static_cast<uint16_t>(i)));
+        return frames;
     });
-    ASSERT_TRUE(peer.Started());
-    std::unique_ptr<CL2> wiz(CL2::GetInterface(m_wizMac, "wiz0"));
-    ASSERT_NE(nullptr, wiz);
-    wiz->setfilter(kMcast, kSnap);
-    std::string msg;
-    ASSERT_TRUE(peer.Receive(msg, kPeerWaitMs));
-    ASSERT_TRUE(peer.Send("go"));
+    ASSERT_TRUE(wiz);
 
     Bytes buf(1600, 0);
     int received = 0;
@@ -362,7 +311,7 @@ TEST_F(L2Netns, BurstOfFiveHundredFramesArrivesWhole) {
         ++received;
     }
     EXPECT_EQ(kFrames, received);
-    EXPECT_EQ(0, peer.Wait(kPeerWaitMs));
+    EXPECT_EQ(0, m_peer->Wait(kPeerWaitMs));
 
     struct pcap_stat stats;
     ASSERT_TRUE(wiz->GetPcapStats(&stats));

@@ -21,11 +21,10 @@ namespace {
 using Frame = std::vector<unsigned char>;
 const int kAdapters = 8;
 
+// 02:00:00:<side>:00:<adapter>, the adapter's side 0 and its controller's 1.
 void Mac(unsigned char* oMac, int iAdapter, int iSide) {
-    const unsigned char mac[6] = {0x02, 0x00,
-                                  0x00, static_cast<unsigned char>(iSide),
-                                  0x00, static_cast<unsigned char>(iAdapter)};
-    memcpy(oMac, mac, sizeof(mac));
+    memcpy(oMac, "\x02\x00\x00\x00\x00\x00", 6);
+    oMac[3] = static_cast<unsigned char>(iSide), oMac[5] = static_cast<unsigned char>(iAdapter);
 }
 
 // A version 5 Hello answer of a QB2000 controller, addressed to the adapter.
