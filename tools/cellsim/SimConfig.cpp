@@ -19,6 +19,9 @@
 #include <set>
 #include <sstream>
 
+#include "SimDecode.h"
+#include "LSWConfig4/setupMessage.h"
+
 namespace {
 
 const char* const kMainSection = "cellsim";
@@ -554,6 +557,26 @@ void ReadFaults(SectionReader& ioSection, CSimControllerConfig& ioCtl) {
     ioSection.Bool("corrupt_checksum", ioCtl.faults.corruptChecksum);
     ioSection.Bool("reverse_fragments", ioCtl.faults.reverseFragments);
     ioSection.Int("answer_first", ioCtl.faults.answerFirst, 0, 1000000000);
+    if (auto kinds = ioSection.One("silent_to")) {
+        static const unsigned kRequests[] = {PAYLOADHeader::HELLO_REQ, PAYLOADHeader::BLINK_REQ,
+                                             PAYLOADHeader::SETUP_REQ,
+                                             PAYLOADHeader::CONFIG_STATUS_REQ,
+                                             PAYLOADHeader::DISK_CONFIG_REQ};
+        std::string list = *kinds;
+        std::replace(list.begin(), list.end(), ',', ' ');
+        std::istringstream in(list);
+        std::string name;
+        while (in >> name) {
+            auto it = std::find_if(std::begin(kRequests), std::end(kRequests),
+                                   [&name](unsigned op) { return SimOpcodeName(op) == name; });
+            if (it == std::end(kRequests))
+                throw Refusal{"silent_to", "'" + name +
+                                               "' is not a request that gets an answer (HELLO_REQ, "
+                                               "BLINK_REQ, SETUP_REQ, CONFIG_STATUS_REQ, "
+                                               "DISK_CONFIG_REQ)"};
+            ioCtl.faults.silentTo.insert(*it);
+        }
+    }
 }
 
 void ReadController(SectionReader& s, CSimControllerConfig& c) {

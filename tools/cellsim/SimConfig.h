@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -63,6 +64,7 @@ struct CSimFaults {
     bool corruptChecksum = false;   // the checksum of every reply frame is spoiled
     bool reverseFragments = false;  // the frames of a reply go out last first
     long answerFirst = -1;          // -1: no limit; N: requests after the Nth get no answer
+    std::set<unsigned> silentTo;    // opcodes of the requests that never get an answer
 };
 
 struct CSimControllerConfig {

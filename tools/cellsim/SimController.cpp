@@ -94,15 +94,17 @@ void CSimController::OnMessage(const SetupAPIMessage& iMessage, DEVICEIoHandler&
     rx.UInt("request", number);
 
     const CSimFaults& f = c.faults;
-    if (f.answerFirst >= 0 && number > static_cast<unsigned long>(f.answerFirst)) {
+    const bool pastFirst = f.answerFirst >= 0 && number > static_cast<unsigned long>(f.answerFirst);
+    if (pastFirst || f.silentTo.count(op)) {
         m_log.Event("rx", rx.Bool("answered", false).Str("reason", "silent"));
         m_log.Event("silent", CSimJsonObject()
                                   .Str("controller", c.name)
                                   .Str("op", SimOpcodeName(op))
                                   .UInt("request", number)
                                   .Int("answer_first", f.answerFirst));
-        m_log.Say(summary + "  silent: answers only the first " +
-                  Plural(static_cast<size_t>(f.answerFirst), "request"));
+        m_log.Say(summary + (pastFirst ? "  silent: answers only the first " +
+                                             Plural(static_cast<size_t>(f.answerFirst), "request")
+                                       : "  silent: never answers " + SimOpcodeName(op)));
         return;
     }
 

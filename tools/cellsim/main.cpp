@@ -109,6 +109,7 @@ Configuration file:
   corrupt_checksum = true                ; every reply frame carries a wrong checksum
   reverse_fragments = true               ; multi-frame replies go out last frame first
   answer_first = N                       ; answer N requests, then stay silent
+  silent_to = SETUP_REQ                  ; never answer requests of these kinds
 
 A successful setup (status 0 and a good password block, or none) makes the controller
 and the other controllers with its service tag report themselves initialized, with the

@@ -59,6 +59,7 @@ TEST(SimConfig, RefusalsNameFileSectionAndKey) {
         {WithLine("disk_lists = some"), a + "disk_lists: 'some' is not both"},
         {WithLine("steps = SubmitLicense"), a + "steps: 'SubmitLicense' is not STEP:STATUS"},
         {WithLine("answer_first = -2"), a + "answer_first:"},
+        {WithLine("silent_to = SETUP_RSP"), a + "silent_to: 'SETUP_RSP' is not a request"},
         {WithLine("hardware_serial ="), a + "hardware_serial: empty"},
         {"[cellsim]\ninterface=x\n[controller a]\nmac=02:00:00:00:00:zz\nserial=1\nservice_tag=T\n",
          a + "mac: '02:00:00:00:00:zz' is not a MAC address"},

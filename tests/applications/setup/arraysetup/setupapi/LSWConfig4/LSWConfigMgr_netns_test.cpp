@@ -161,8 +161,7 @@ protected:
 TEST_F(RoadNetns, OneAdapterFromDiscoveryToAConfiguredArray) {
     const std::string pair = "ROADPAIR", disks = "ROADDISK", nosteps = "ROADNOSTEPS",
                       mute = "ROADMUTE";
-    // The silent controller answers the Hellos of three discoveries (two requests each: this
-    // test's own and the inline ones of two initialize calls), then not its setup request.
+    // The silent controller answers every Hello, and never its setup request.
     auto sim =
         Start(PairOf(pair, "02:ce:7d:00:01", "RP",
                      "versions = 4\n"
@@ -179,7 +178,7 @@ TEST_F(RoadNetns, OneAdapterFromDiscoveryToAConfiguredArray) {
               CellsimSection(nosteps, "02:ce:7d:00:03:01", "RN-1", nosteps,
                              "primary = true\ncanister = 1\n") +
               CellsimSection(mute, "02:ce:7d:00:04:01", "RM-1", mute,
-                             "primary = true\ncanister = 1\nanswer_first = 6\n") +
+                             "primary = true\ncanister = 1\nsilent_to = SETUP_REQ\n") +
               HalfInitialized());
     ASSERT_TRUE(sim->WaitReady()) << sim->Stderr();
     const std::string wiz0 = IfMac("wiz0");
