@@ -17,6 +17,7 @@
 #include "LSWConfig4/SetupTLV.h"
 #include "LSWConfig4/setupMsgV4.h"
 #include "LSWConfig4/tlvUtils.h"
+#include "support/Fields.h"
 #include "zelutil/ZelTrace.h"
 
 namespace {
@@ -117,11 +118,8 @@ Bytes DomainBytes(Bytes head, const std::vector<Bytes>& ports) {
 // Only what every request carries.
 Controller Minimal() {
     auto c = std::make_shared<CLSWVesperController>();
-    c->setHWAddress("HW1");
-    c->setServiceTag("TAG");
-    c->setMgmtIp4Address("10.0.0.5");
-    c->setEth0Ip4Address("10.0.0.10");
-    c->setEth0Ip4Netmask("255.255.255.0");
+    c->setHWAddress("HW1"), c->setServiceTag("TAG"), c->setMgmtIp4Address("10.0.0.5");
+    c->setEth0Ip4Address("10.0.0.10"), c->setEth0Ip4Netmask("255.255.255.0");
     c->setEth0Ip4Gateway("");
     return c;
 }
@@ -171,23 +169,15 @@ TEST_F(SetupRequestTest, FullRequestInOrderWithBothControllersPorts) {
     c->SetMgmtIp6AddressFromController(Ip("2001:db8::5"));
     c->SetEth0Ip6AddressFromController(Ip("2001:db8::10"));
     c->SetEth0Ip6AddrPrefixFromController(0x140);  // only the low byte travels
-    c->SetSecondaryEth0Ip4Address("10.0.0.11");
-    c->SetSecondaryEth0Ip4Gateway("10.0.0.2");
+    c->SetSecondaryEth0Ip4Address("10.0.0.11"), c->SetSecondaryEth0Ip4Gateway("10.0.0.2");
     c->SetSecondaryEth0Ip4Netmask("255.255.255.128");
-    c->setBmcIp4Address("192.168.0.10");
-    c->setBmcIp4Netmask("255.255.255.0");
+    c->setBmcIp4Address("192.168.0.10"), c->setBmcIp4Netmask("255.255.255.0");
     c->setBmcIp4Gateway("192.168.0.1");
-    c->SetSecondaryBmcIp4Address("192.168.0.11");
-    c->SetSecondaryBmcIp4Netmask("255.255.0.0");
+    c->SetSecondaryBmcIp4Address("192.168.0.11"), c->SetSecondaryBmcIp4Netmask("255.255.0.0");
     c->SetSecondaryBmcIp4Gateway("192.168.0.2");
-    c->setDomainName("example.com");
-    c->setPrimaryDns("8.8.8.8");
-    c->setSecondaryDns("8.8.4.4");
-    c->SetPublicKey(s_pem);
-    c->setPassword("S3cret!");
-    c->setScName("cell-1");
-    c->setEmailAddress("admin@example.com");
-    c->setLocale("fr_FR");
+    c->setDomainName("example.com"), c->setPrimaryDns("8.8.8.8"), c->setSecondaryDns("8.8.4.4");
+    c->SetPublicKey(s_pem), c->setPassword("S3cret!"), c->setScName("cell-1");
+    c->setEmailAddress("admin@example.com"), c->setLocale("fr_FR");
 
     // Fault domain 1 on both controllers, domain 2 only on the other one.
     const Bytes fd1 = {1, 10, 1, 0, 1, 255, 255, 255, 0, 10, 1, 0, 254, 0, 2, 0};
@@ -239,7 +229,6 @@ TEST_F(SetupRequestTest, FullRequestInOrderWithBothControllersPorts) {
     const Bytes* cipher = Find(entries, SETUPRequest::DEFAULT_USER_PASSWORD);
     ASSERT_NE(cipher, nullptr);
     ASSERT_EQ(cipher->size(), 256u);
-    EXPECT_EQ(s_pem.compare(0, 5, "-----"), 0);
     EXPECT_EQ(Decrypt(s_key.get(), *cipher), Block(s_pem, "S3cret!"));
     // The clear text is nowhere in the request's bytes.
     const char* raw = request.m_tlv.getTlvBuffer();
@@ -250,27 +239,21 @@ TEST_F(SetupRequestTest, FullRequestInOrderWithBothControllersPorts) {
 TEST_F(SetupRequestTest, LongTextsAreCut) {
     auto c = Minimal();
     const std::string password(300, 'p');
-    c->SetPublicKey(s_pem);
-    c->setPassword(password);
-    c->setDomainName(std::string(300, 'd'));
-    c->setScName(std::string(256, 'n'));
-    c->setEmailAddress(std::string(255, 'e'));
+    c->SetPublicKey(s_pem), c->setPassword(password), c->setDomainName(std::string(300, 'd'));
+    c->setScName(std::string(256, 'n')), c->setEmailAddress(std::string(255, 'e'));
     auto entries = Build(c);
     for (int code : {SETUPRequest::DOMAIN_NAME, SETUPRequest::STORAGECELL_NAME,
                      SETUPRequest::DEFAULT_USER_EMAIL})
         EXPECT_EQ(Find(entries, code)->size(), 255u) << code;
 
-    // 239 bytes of password fill the block to its end; the last byte stays zero.
+    // 239 bytes of password fill the block up to its last byte, which stays zero.
     const Bytes plain = Decrypt(s_key.get(), *Find(entries, SETUPRequest::DEFAULT_USER_PASSWORD));
     EXPECT_EQ(plain, Block(s_pem, password.substr(0, 239)));
-    EXPECT_EQ(plain[243], 'p');
-    EXPECT_EQ(plain[244], 0);
 }
 
 TEST_F(SetupRequestTest, AReplacedPasswordIsTheOneSent) {
     auto c = Minimal();
-    c->SetPublicKey(s_pem);
-    c->setPassword("A-much-longer-first-password");
+    c->SetPublicKey(s_pem), c->setPassword("A-much-longer-first-password");
     c->setPassword("Second");
     auto entries = Build(c);
     const Bytes* cipher = Find(entries, SETUPRequest::DEFAULT_USER_PASSWORD);
@@ -307,9 +290,7 @@ TEST_F(SetupRequestTest, KeysThatCannotBeUsedLeaveThePasswordRowOut) {
     g_Tracer.SetDbgPrintOnly(true);
     for (const auto& k : cases) {
         auto c = Minimal();
-        c->SetPublicKey(k.key);
-        c->setPassword(password);
-        c->setScName("cell-1");
+        c->SetPublicKey(k.key), c->setPassword(password), c->setScName("cell-1");
         testing::internal::CaptureStderr();
         auto entries = Build(c);
         const std::string trace = testing::internal::GetCapturedStderr();
@@ -337,13 +318,10 @@ TEST_F(SetupRequestTest, FoldedDomainsAreSentTwiceAfterTheArrayMergedThem) {
     const Bytes port = {1, 10, 1, 0, 12, 255, 255, 255, 0, 10, 1, 0, 254, 3, 4,
                         5, 0,  1, 8, 7,  0,   0,   0,   0, 0,  0, 0, 0,   0};
     auto primary = Minimal();
-    primary->SetSerialNumberFromController("S1");
-    primary->SetIsControllerPrimary(true);
-    primary->SetCanisterId(1);
-    primary->addFaultDomain(Domain(DomainBytes(fd1, {})));
+    primary->SetSerialNumberFromController("S1"), primary->SetIsControllerPrimary(true);
+    primary->SetCanisterId(1), primary->addFaultDomain(Domain(DomainBytes(fd1, {})));
     auto other = Minimal();
-    other->setHWAddress("HW2");
-    other->SetSerialNumberFromController("S2");
+    other->setHWAddress("HW2"), other->SetSerialNumberFromController("S2");
     other->addFaultDomain(Domain(DomainBytes(fd1, {port})));
     CLSWVesperArray array;
     array.AddControllerInternal(primary);
@@ -354,8 +332,7 @@ TEST_F(SetupRequestTest, FoldedDomainsAreSentTwiceAfterTheArrayMergedThem) {
     const auto entries = Build(primary);
     const Bytes& tree = *Find(entries, SETUPRequest::PORT_CONFIG_DATA);
     ASSERT_EQ(tree.size(), 1u + 1u + 16u + 2u * 32u);
-    EXPECT_EQ(tree[1], 1);   // one domain
-    EXPECT_EQ(tree[15], 2);  // with the port twice
+    EXPECT_EQ(Fields(tree[1], tree[15]), "1|2");  // one domain, with the port twice
     EXPECT_EQ(Bytes(tree.begin() + 18, tree.begin() + 47),
               Bytes(tree.begin() + 47, tree.begin() + 76));
 }

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "LSWConfig4/setupMessage.h"
+#include "support/Fields.h"
 
 namespace {
 
@@ -34,9 +35,8 @@ std::vector<unsigned char> Sum(const SETUPTlv& tlv) {
 
 TEST(SetupTlv, NewBlockIsItsOwnLengthAndEmpty) {
     SETUPTlv v4(CHOOSE_TLV_SIZE_BY_VERSION(MESSAGE_VERSION_4));
-    EXPECT_EQ(v4.getTlvBufferSize(), 1470);
-    EXPECT_EQ(v4.getTlvAllocatedSize(), 1470u);
-    EXPECT_EQ(v4.getTlvBytesUsed(), 2);
+    EXPECT_EQ(Fields(v4.getTlvBufferSize(), v4.getTlvAllocatedSize(), v4.getTlvBytesUsed()),
+              "1470|1470|2");
     EXPECT_EQ(Bytes(v4, 4), (std::vector<unsigned char>{0x00, 0x02, 0x00, 0x00}));
     EXPECT_EQ(v4.getTlvDataBuffer(), v4.getTlvBuffer() + 2);
     SETUPTlvIterator it(v4);
@@ -83,8 +83,8 @@ TEST(SetupTlv, Version4CapacityIsExact) {
 
 TEST(SetupTlv, Version5EnforcesTheTruncatedCapacity) {
     SETUPTlv tlv(MAX_TLV_DATA_SIZE);
-    EXPECT_EQ(tlv.getTlvBufferSize(), 45568);  // 373248 mod 65536
-    EXPECT_EQ(tlv.getTlvAllocatedSize(), static_cast<uint32_t>(MAX_TLV_DATA_SIZE));
+    EXPECT_EQ(Fields(tlv.getTlvBufferSize(), tlv.getTlvAllocatedSize()),
+              Fields(45568, MAX_TLV_DATA_SIZE));  // 373248 mod 65536
     std::string value(45563, 'v');
     SETUPTlv over(MAX_TLV_DATA_SIZE);
     EXPECT_FALSE(over.pushBackEntry(1, 45564, (value + "!").data()));
@@ -92,8 +92,7 @@ TEST(SetupTlv, Version5EnforcesTheTruncatedCapacity) {
     EXPECT_EQ(tlv.getTlvBytesUsed(), 45568);
     EXPECT_FALSE(tlv.pushBackEntry(2, 0, nullptr));
     // The bytes behind the enforced capacity stay zero.
-    EXPECT_EQ(tlv.getTlvBuffer()[45568], 0);
-    EXPECT_EQ(tlv.getTlvBuffer()[MAX_TLV_DATA_SIZE - 1], 0);
+    EXPECT_EQ(Fields(tlv.getTlvBuffer()[45568], tlv.getTlvBuffer()[MAX_TLV_DATA_SIZE - 1]), "0|0");
 }
 
 TEST(SetupTlv, UnknownTypesAreWalkedPastByTheirLength) {
@@ -164,9 +163,8 @@ TEST(SetupTlv, CopyOfAVersion5BlockKeepsOnlyTheEnforcedCapacity) {
     original.pushBackEntry(1, 3, "one");
     original.pushBackEntry(2, 3, "two");
     SETUPTlv copy(original);
-    EXPECT_EQ(copy.getTlvBufferSize(), 45568);
-    EXPECT_EQ(copy.getTlvAllocatedSize(), 45568u);
-    EXPECT_EQ(copy.getTlvBytesUsed(), original.getTlvBytesUsed());
+    EXPECT_EQ(Fields(copy.getTlvBufferSize(), copy.getTlvAllocatedSize(), copy.getTlvBytesUsed()),
+              Fields(45568, 45568, original.getTlvBytesUsed()));
     EXPECT_EQ(Bytes(copy, 45568), Bytes(original, 45568));
     EXPECT_EQ(Sum(copy), Sum(original));
 

@@ -212,8 +212,7 @@ TEST(MessageWrite, EmptyBodyAndFailingDevice) {
     auto msg = MakeMessage(PAYLOADHeader::SETUP_REQ, MESSAGE_VERSION_5, 4000);
     dev.FailWritesFrom(1, -1);
     EXPECT_EQ(handler.WriteSetupAPIMessage(dev, *msg), -1);
-    EXPECT_EQ(dev.WriteCalls(), 2u);
-    EXPECT_EQ(dev.Sent().size(), 1u);
+    EXPECT_EQ(Fields(dev.WriteCalls(), dev.Sent().size()), "2|1");
     MEMORYDevice zero(kAdapterMac);
     zero.FailWritesFrom(0, 0);
     EXPECT_EQ(handler.WriteSetupAPIMessage(zero, *msg), 0);
@@ -281,8 +280,7 @@ TEST_F(MessageRead, SingleFramesAndTheirChecksum) {
     const Bytes bad = Flip(hello[0], 40, 0xFF);
     Queue({bad, hello[0]});
     EXPECT_EQ(Read(), Handler::ERROR_CHECKSUM_FAILED);
-    EXPECT_FALSE(msg);
-    EXPECT_EQ(dev.Pending(), 1u);  // the good frame waits; the caller decides
+    EXPECT_EQ(Fields(msg == nullptr, dev.Pending()), "1|1");  // the good frame waits
     dev.QueueFrame(bad);
     EXPECT_EQ(Read(), Handler::READ_SUCCESS);  // the good one, queued earlier
     EXPECT_EQ(Read(5, true), Handler::READ_SUCCESS);
@@ -292,9 +290,9 @@ TEST_F(MessageRead, SingleFramesAndTheirChecksum) {
     auto v4 = MakeMessage(PAYLOADHeader::HELLO_RSP, MESSAGE_VERSION_4, 100, kAdapterMac, kCtrlMac);
     dev.QueueFrame(Flip(Set(Frames(*v4)[0], {{28, 2}, {29, 2}}), 30, 0xFF));  // count, place
     ASSERT_EQ(Read(), Handler::READ_SUCCESS);
-    EXPECT_EQ(msg->m_version, MESSAGE_VERSION_4);
+    EXPECT_EQ(Fields(msg->m_version, handler.GetPartialMessages().size()),
+              Fields(MESSAGE_VERSION_4, 0));
     EXPECT_EQ(TlvBytes(*msg, 100), TlvBytes(*v4, 100));
-    EXPECT_TRUE(handler.GetPartialMessages().empty());
 
     // Version 5 with a count of 0 is a whole message too.
     dev.QueueFrame(Set(hello[0], {{28, 0}}));
@@ -341,8 +339,7 @@ TEST_F(MessageRead, DeadlinesAndDeviceFailures) {
     for (int s = 1; s <= 12; ++s)
         dev.QueueFrameAt(t0 + s, foreign);
     EXPECT_EQ(Read(10), Handler::ERROR_READ_TIMEOUT_OCCURRED);
-    EXPECT_EQ(ManualClock::Now(), t0 + 10);
-    EXPECT_EQ(dev.Pending(), 2u);
+    EXPECT_EQ(Fields(ManualClock::Now() - t0, dev.Pending()), "10|2");
 
     // Without a deadline only the device ends the wait.
     const time_t t1 = ManualClock::Now();
@@ -363,12 +360,12 @@ TEST_F(MessageRead, FragmentsInAnyOrderWithDuplicates) {
     ASSERT_EQ(frames.size(), 3u);
     Queue(frames, {2, 1, 0});
     ASSERT_EQ(Read(), Handler::READ_SUCCESS);
-    EXPECT_EQ(msg->m_tlv.getTlvBytesUsed(), 4000);
     EXPECT_EQ(TlvBytes(*msg, 4000), ExpectedBody(4000));
     // The frame that completed the message names it.
     EXPECT_EQ(memcmp(msg->msghdr.shost, kCtrlMac, 6), 0);
-    EXPECT_EQ(msg->m_opcode, PAYLOADHeader::DISK_CONFIG_RSP);
-    EXPECT_TRUE(handler.GetPartialMessages().empty());
+    EXPECT_EQ(
+        Fields(msg->m_tlv.getTlvBytesUsed(), msg->m_opcode, handler.GetPartialMessages().size()),
+        Fields(4000, PAYLOADHeader::DISK_CONFIG_RSP, 0));
 
     // Duplicates overwrite their slot and add nothing.
     Queue(frames, {1, 1, 0, 1, 0, 2});
@@ -514,8 +511,7 @@ TEST_F(MessageRead, SetupResponseSkipsTheChecksumAndOtherMessages) {
     const time_t t0 = ManualClock::Now();
     dev.QueueFrameAt(t0 + 4, FromController(PAYLOADHeader::HELLO_RSP, 40)[0]);
     EXPECT_EQ(handler.ReadSetupResponseMessage(dev, got, 5), Handler::ERROR_IOHANDLER_READ_PACKET);
-    EXPECT_FALSE(got);
-    EXPECT_EQ(ManualClock::Now(), t0 + 9);
+    EXPECT_EQ(Fields(got == nullptr, ManualClock::Now() - t0), "1|9");
 }
 
 // --- Several messages from several senders at once ------------------------------------

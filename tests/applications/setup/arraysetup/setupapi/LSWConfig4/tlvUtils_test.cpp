@@ -47,30 +47,19 @@ PORTDataWriter* MakePort(int8_t iSlot, const char* iIp, const char* iGateway, in
                          int8_t iSlotPort, bool iConfigured, bool iEmbedded, int8_t iNetwork,
                          int8_t iStatus, int64_t iControllerIndex, int8_t iCardModel) {
     auto* port = new PORTDataWriter;
-    port->SetSlotNumber(iSlot);
-    port->SetIpV4(iIp);
-    port->SetIpV4Netmask("255.255.255.0");
-    port->SetIpV4Gateway(iGateway);
-    port->SetTransportType(3);
-    port->SetPortLocation(iLocation);
-    port->SetSlotPortNumber(iSlotPort);
-    port->SetConfigured(iConfigured);
-    port->SetEmbedded(iEmbedded);
-    port->SetNetwork(iNetwork);
-    port->SetStatus(iStatus);
-    port->SetControllerIndex(iControllerIndex);
-    port->SetCardModel(iCardModel);
+    port->SetSlotNumber(iSlot), port->SetIpV4(iIp), port->SetIpV4Netmask("255.255.255.0");
+    port->SetIpV4Gateway(iGateway), port->SetTransportType(3), port->SetPortLocation(iLocation);
+    port->SetSlotPortNumber(iSlotPort), port->SetConfigured(iConfigured);
+    port->SetEmbedded(iEmbedded), port->SetNetwork(iNetwork), port->SetStatus(iStatus);
+    port->SetControllerIndex(iControllerIndex), port->SetCardModel(iCardModel);
     return port;
 }
 
 // One controller, one fault domain, two ports.
 std::unique_ptr<SCPortConfigDataWriter> MakeTree() {
     auto* domain = new FAULTDomainDataWriter;
-    domain->SetId(2);
-    domain->SetIpV4("192.168.10.1");
-    domain->SetIpV4Netmask("255.255.255.0");
-    domain->SetIpV4Gateway("192.168.10.254");
-    domain->SetTransportType(3);
+    domain->SetId(2), domain->SetIpV4("192.168.10.1"), domain->SetIpV4Netmask("255.255.255.0");
+    domain->SetIpV4Gateway("192.168.10.254"), domain->SetTransportType(3);
     domain->SetEmbedded(true);
     domain->AddPort(MakePort(4, "192.168.10.11", "192.168.10.254", 5, 6, true, false, 7, 8,
                              0x0102030405060708LL, 9));
@@ -134,8 +123,7 @@ TEST(PortConfigRecord, OneControllerOneDomainTwoPortsIsTheTableLayout) {
 
     // A repeated entry adds to the reader; the count is that of the last value.
     EXPECT_TRUE(reader.UnpackData(it.getValue(), it.getLen()));
-    EXPECT_EQ(reader.GetNumberOfControllers(), 1);
-    EXPECT_NE(reader.GetController(1), nullptr);
+    EXPECT_EQ(Fields(reader.GetNumberOfControllers(), reader.GetController(1) != nullptr), "1|1");
 }
 
 TEST(PortConfigRecord, CountsOf128AndMoreReadNoChildren) {
@@ -146,9 +134,8 @@ TEST(PortConfigRecord, CountsOf128AndMoreReadNoChildren) {
     EXPECT_TRUE(UnpackExact(reader, value, value.size()));
     FAULTDomainDataReader* domain = reader.GetController(0)->GetFaultDomain(0);
     ASSERT_NE(domain, nullptr);
-    EXPECT_EQ(domain->GetId(), 7);
-    EXPECT_EQ(domain->GetNumberOfPorts(), -128);
-    EXPECT_EQ(domain->GetPort(0), nullptr);
+    EXPECT_EQ(Fields(domain->GetId(), domain->GetNumberOfPorts(), domain->GetPort(0) == nullptr),
+              "7|-128|1");
 
     for (unsigned char count : {0x80, 0xC8, 0xFF}) {
         SCPortConfigDataReader top;
@@ -171,8 +158,8 @@ TEST(PortConfigRecord, CountsOf128AndMoreReadNoChildren) {
         EXPECT_EQ(static_cast<unsigned char>(packed[13]), ports & 0xFF);
         FAULTDomainDataReader back;
         EXPECT_TRUE(back.UnpackData(packed.data(), packed.size()));
-        EXPECT_EQ(back.GetPort(0) != nullptr, ports == 257);
-        EXPECT_EQ(back.GetPort(1), nullptr);
+        EXPECT_EQ(Fields(back.GetPort(0) != nullptr, back.GetPort(1) != nullptr),
+                  Fields(ports == 257, false));
     }
 }
 
@@ -181,30 +168,29 @@ TEST(PortConfigRecord, ShortEntriesReadNothingPastTheEntry) {
     for (size_t length = 0; length < 76; ++length) {
         SCPortConfigDataReader reader;
         EXPECT_FALSE(UnpackExact(reader, kTreeValue, length)) << length;
-        EXPECT_EQ(reader.GetNumberOfControllers(), 0) << length;
-        EXPECT_EQ(reader.GetController(0), nullptr) << length;
+        EXPECT_EQ(Fields(reader.GetNumberOfControllers(), reader.GetController(0) == nullptr),
+                  "0|1")
+            << length;
     }
     // A count that promises more than the entry holds keeps the whole records before it.
     Bytes value = kTreeValue;
     value[1] = 0x03;  // three fault domains, one present
     SCPortConfigDataReader reader;
     EXPECT_FALSE(UnpackExact(reader, value, 76));
-    EXPECT_EQ(reader.GetNumberOfControllers(), 0);
-    EXPECT_EQ(reader.GetController(0), nullptr);
+    EXPECT_EQ(Fields(reader.GetNumberOfControllers(), reader.GetController(0) == nullptr), "0|1");
     CONTROLLERPortDataReader direct;
     EXPECT_FALSE(UnpackExact(direct, Bytes(value.begin() + 1, value.end()), 75));
-    EXPECT_EQ(direct.GetNumberOfFaultDomains(), 1);
+    EXPECT_EQ(Fields(direct.GetNumberOfFaultDomains(), direct.GetFaultDomain(1) == nullptr), "1|1");
     FAULTDomainDataReader* kept = direct.GetFaultDomain(0);
     ASSERT_NE(kept, nullptr);
     EXPECT_EQ(kept->GetNumberOfPorts(), 2);
-    EXPECT_EQ(direct.GetFaultDomain(1), nullptr);
 
     // A domain cut inside its own record: the port count it did read promises nothing.
     FAULTDomainDataReader cutDomain;
     EXPECT_FALSE(UnpackExact(cutDomain, Bytes(kTreeValue.begin() + 2, kTreeValue.end()), 15));
-    EXPECT_EQ(cutDomain.GetNumberOfPorts(), 0);
-    EXPECT_EQ(cutDomain.GetIpV4Gateway(), "192.168.10.254");
-    EXPECT_EQ(cutDomain.GetPort(0), nullptr);
+    EXPECT_EQ(Fields(cutDomain.GetNumberOfPorts(), cutDomain.GetIpV4Gateway(),
+                     cutDomain.GetPort(0) == nullptr),
+              "0|192.168.10.254|1");
 
     // A lone port cut short reads zeros for the missing fields.
     PORTDataReader port;
@@ -216,9 +202,7 @@ TEST(PortConfigRecord, ShortEntriesReadNothingPastTheEntry) {
 
 TEST(ConfigurationStepRecord, StepsAreByteExactAndCountsCannotOverreach) {
     CONFIGURATIONStepWriter writer;
-    writer.AddStep(1, 0);
-    writer.AddStep(3, 1);
-    writer.AddStep(7, 2);
+    writer.AddStep(1, 0), writer.AddStep(3, 1), writer.AddStep(7, 2);
     EXPECT_EQ(writer.GetPackedSizeBytes(), 10u);
     SETUPTlv tlv(CHOOSE_TLV_SIZE_BY_VERSION(MESSAGE_VERSION_5));
     writer.AddToTLV(tlv, 3);
@@ -239,9 +223,9 @@ TEST(ConfigurationStepRecord, StepsAreByteExactAndCountsCannotOverreach) {
     // The reader appends; the count is that of the last value.
     const Bytes one = {0x01, 0x00, 0x00, 0x00, 0x0B, 0x03};
     EXPECT_TRUE(UnpackExact(reader, one, one.size()));
-    EXPECT_EQ(reader.GetNumberOfSteps(), 1u);
-    EXPECT_EQ(reader.GetSteps().size(), 4u);
-    EXPECT_EQ(reader.GetStep(3).configurationStepId, 11);
+    EXPECT_EQ(Fields(reader.GetNumberOfSteps(), reader.GetSteps().size(),
+                     reader.GetStep(3).configurationStepId),
+              "1|4|11");
 
     // Five promised, two in the entry: the bytes behind the entry would make five and are
     // not read.
@@ -301,10 +285,7 @@ TEST(DiskRecord, ExtendedDiskListIsByteExactAndBounded) {
 
     DISKConfigExtra1DataWriter writer;
     RAWDiskDataExtra1 disk;
-    disk.diskclass = "SSD";
-    disk.product = "X1";
-    disk.disksize = 0x1000000000LL;
-    disk.healthy = 1;
+    disk.diskclass = "SSD", disk.product = "X1", disk.disksize = 0x1000000000LL, disk.healthy = 1;
     writer.AddDisk(disk);
     writer.AddDisk(RAWDiskDataExtra1{});  // three empty strings take 2 bytes each
     const Bytes expected = {0x02, 0,    0,    0,    0,    0, 0, 0,  // count
@@ -333,12 +314,10 @@ TEST(DiskRecord, ExtendedDiskListIsByteExactAndBounded) {
         EXPECT_EQ(cut.GetNumberOfDisks(), length < 28 ? 0u : 1u) << length;
     }
     Bytes lying = expected;
-    lying[8] = 0xF4;
-    lying[9] = 0x01;  // a class of 500 bytes
+    lying[8] = 0xF4, lying[9] = 0x01;  // a class of 500 bytes
     DISKConfigExtra1DataReader liar;
     EXPECT_FALSE(UnpackExact(liar, lying, lying.size()));
-    EXPECT_EQ(liar.GetNumberOfDisks(), 0u);
-    EXPECT_EQ(liar.GetDisk(0).diskclass, "");
+    EXPECT_EQ(Fields(liar.GetNumberOfDisks(), liar.GetDisk(0).diskclass), "0|");
 
     // A text of 65536 bytes keeps all its bytes but loses its length's high bits, and such
     // a record is too long for an entry, so it is not pushed.
@@ -348,8 +327,7 @@ TEST(DiskRecord, ExtendedDiskListIsByteExactAndBounded) {
     big.AddDisk(wide);
     std::vector<char> packed = big.Pack();
     ASSERT_EQ(packed.size(), 8u + 65538u + 2u + 2u + 9u);
-    EXPECT_EQ(packed[8], 0);
-    EXPECT_EQ(packed[9], 0);
+    EXPECT_EQ(Fields(packed[8], packed[9]), "0|0");
     SETUPTlv tlv(MAX_TLV_DATA_SIZE);
     big.AddToTLV(tlv, 3);
     EXPECT_EQ(tlv.getTlvBytesUsed(), 2);
@@ -396,8 +374,8 @@ TEST(ControllerInfoRecord, NestedBlocksRoundTrip) {
     ASSERT_TRUE(inner.next());
     EXPECT_EQ(inner.getType(), 34);
     EXPECT_FALSE(inner.next());
-    EXPECT_EQ(reader.GetController(3), nullptr);
-    EXPECT_EQ(reader.GetController(-1), nullptr);
+    EXPECT_EQ(Fields(reader.GetController(3) == nullptr, reader.GetController(-1) == nullptr),
+              "1|1");
 
     // Packing what was read gives the same bytes again.
     ControllerInfoDataWriter again;
@@ -412,9 +390,8 @@ TEST(ControllerInfoRecord, LyingLengthsAndCountsStopAtTheEntry) {
                    0x00, 0x00, 0x00, 0x40, 0x01, 0x00, 0x00};
     ControllerInfoDataReader reader;
     EXPECT_FALSE(UnpackExact(reader, value, value.size()));
-    EXPECT_EQ(reader.GetNumberOfControllers(), 1u);
+    ASSERT_EQ(Fields(reader.GetNumberOfControllers(), reader.GetController(1) == nullptr), "1|1");
     EXPECT_EQ(reader.GetController(0)->mControllerTlv.getTlvBytesUsed(), 5);
-    EXPECT_EQ(reader.GetController(1), nullptr);
 
     // Blocks whose length cannot even hold itself end the list rather than loop on it.
     for (unsigned char length : {0x00, 0x01}) {

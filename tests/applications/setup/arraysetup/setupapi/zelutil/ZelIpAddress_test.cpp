@@ -104,8 +104,7 @@ TEST(ZelIpAddress, TextChoosesTheFamilyByItsCharacters) {
     EXPECT_FALSE(a.set(ZEL_INET, "2001:db8::5"));
     EXPECT_EQ(Of(a), Of(zelAddr4_any));
     EXPECT_FALSE(a.set(AF_INET6, "2001:db8::5"));
-    EXPECT_TRUE(a.isNull());
-    EXPECT_EQ(CZelIpAddress().__inet_pton("1.2.3.4"), -1);
+    EXPECT_EQ(Fields(a.isNull(), CZelIpAddress().__inet_pton("1.2.3.4")), "1|-1");
 }
 
 TEST(ZelIpAddress, AddressToText) {
@@ -123,8 +122,7 @@ TEST(ZelIpAddress, AddressToText) {
     memset(buf, 'x', sizeof(buf));
     CZelIpAddress a = Parse("192.168.100.200");
     EXPECT_EQ(ipAddrToString(&a, buf, 5), buf);
-    EXPECT_STREQ(buf, "192.");
-    EXPECT_EQ(buf[5], 'x');
+    EXPECT_EQ(std::string(buf, 6), std::string("192.\0x", 6));
     ipAddrToString(&zelAddr_zero, buf, 4);
     EXPECT_STREQ(buf, "Inv");
     memset(buf, 'x', sizeof(buf));

@@ -153,18 +153,16 @@ TEST_F(ZelTraceTest, SettingsAndTheLevelGate) {
 TEST_F(ZelTraceTest, WithoutTheTraceDirectoryTheFileIsInTheWorkingDirectory) {
     ASSERT_EQ(chdir(m_dir.c_str()), 0);
     for (bool home : {false, true}) {
-        if (home) {
+        if (home)
             setenv("HOME", m_home.c_str(), 1);
-        } else {
+        else
             unsetenv("HOME");
-        }
         TestTrace t(m_dir + "/no-such.conf");
         EXPECT_STREQ(t.LogFileName(), ".//RSTraceLog.log");
         t.OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, "f", 1, "Fn", "home %d", home);
     }
     std::string file = FileText(m_dir + "/RSTraceLog.log");
-    EXPECT_NE(file.find("|home 0\n"), std::string::npos);
-    EXPECT_NE(file.find("|home 1\n"), std::string::npos);
+    EXPECT_EQ(Fields(CountOf(file, "|home 0\n"), CountOf(file, "|home 1\n")), "1|1");
 }
 
 TEST_F(ZelTraceTest, LineFieldsAndWords) {
@@ -213,9 +211,7 @@ TEST_F(ZelTraceTest, OverlongLineIsCutAndNewlineTerminated) {
     ASSERT_LT(prefix, 200u);
 
     const size_t room = ZEL_TRACE_LINE_SIZE - 2 - prefix;  // text bytes that still fit
-    const std::string fits(room, 'a');
-    const std::string oneMore(room + 1, 'b');
-    const std::string huge(5000, 'c');
+    const std::string fits(room, 'a'), oneMore(room + 1, 'b'), huge(5000, 'c');
     t.OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, "f", 5, "Fn", "%s", fits.c_str());
     t.OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, "f", 5, "Fn", "%s", oneMore.c_str());
     t.OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, "f", 5, "Fn", "%s%d", huge.c_str(), 12345);
@@ -284,8 +280,7 @@ TEST_F(ZelTraceTest, UnprivilegedRunThatCannotOpenItsFileTracesErrorsToStandardE
     EXPECT_NE(err.find("||ERROR|Fn|9|first error\n"), std::string::npos) << err;
     EXPECT_NE(err.find("||ERROR|Fn|9|second error\n"), std::string::npos) << err;
     EXPECT_EQ(err.find("INFO|"), std::string::npos) << err;
-    EXPECT_FALSE(fs::exists(m_logFile));
-    EXPECT_FALSE(fs::exists(m_dir + "/RSTraceLog.log"));
+    EXPECT_EQ(Fields(fs::exists(m_logFile), fs::exists(m_dir + "/RSTraceLog.log")), "0|0");
 }
 
 // A file that cannot be opened (a directory in its place: root opens anything else) sends
@@ -295,8 +290,7 @@ TEST_F(ZelTraceTest, UnopenableFileFallsBackAndReturnsAtNextCheck) {
     WriteConfig("[HIT Params]\nDebugLevel=2\n");
     ASSERT_EQ(mkdir(m_logFile.c_str(), 0755), 0);
     TestTrace t(m_config);
-    EXPECT_EQ(t.TraceType(), ZelTrace::TraceDbgPrint);
-    EXPECT_EQ(t.GetLevel(), 2u);
+    EXPECT_EQ(Fields(t.TraceType(), t.GetLevel()), Fields(ZelTrace::TraceDbgPrint, 2));
     ASSERT_EQ(rmdir(m_logFile.c_str()), 0);
     ManualClock::Advance(31);
     t.OutputDebug(ZEL_OUTPUT_DEBUG_PRINT, "f", 1, "Fn", "back in file");
@@ -358,8 +352,8 @@ TEST_F(ZelTraceTest, RollsOneByteAboveTheLimitOnlyWithRotationAndALimit) {
             EXPECT_LT(current.size(), 1024u);
             EXPECT_NE(current.find("|Log file reopened\n"), std::string::npos);
             EXPECT_NE(current.find("|after the check\n"), std::string::npos);
-            EXPECT_FALSE(fs::exists(m_logFile + ".2"));
-            EXPECT_FALSE(fs::exists(previous + ".1"));
+            EXPECT_EQ(Fields(fs::exists(m_logFile + ".2"), fs::exists(previous + ".1")), "0|0");
+
         } else {
             EXPECT_EQ(SizeOf(previous), before);
             EXPECT_GT(SizeOf(m_logFile), r.size);
